@@ -1,0 +1,87 @@
+# The commands of everyday work. Each sets up what it needs on a Debian machine, builds what changed
+# in build/<preset> and runs it.
+JOBS ?= $(shell nproc)
+export CMAKE_BUILD_PARALLEL_LEVEL ?= $(JOBS)
+export CTEST_PARALLEL_LEVEL ?= $(JOBS)
+export JOBS
+
+.PHONY: help
+help:
+	@sed -n 's/^## //p' $(MAKEFILE_LIST)
+
+## make run            builds and runs the example
+.PHONY: run
+run:
+	tools/setup.sh build test
+	cmake --preset release
+	cmake --build --preset release --target run
+
+## make test           builds everything and runs all tests
+.PHONY: test
+test: release
+
+## make debug          the same with debug information and the standard library's assertions
+## make asan           the same under AddressSanitizer and UndefinedBehaviorSanitizer
+## make tsan           the tests that name threads, under ThreadSanitizer
+.PHONY: release debug asan tsan
+release debug asan tsan:
+	tools/setup.sh build test
+	cmake --preset $@
+	cmake --build --preset $@
+	ctest --preset $@
+
+## make clang          all tests, built by the second compiler
+## make fuzz           each fuzz program for a fixed number of inputs
+.PHONY: clang fuzz
+clang fuzz:
+	tools/setup.sh build test clang
+	cmake --preset $@
+	cmake --build --preset $@
+	ctest --preset $@
+
+## make install-test   installs into a scratch folder and builds a program against that
+.PHONY: install-test
+install-test:
+	tools/setup.sh build test
+	cmake --preset release
+	cmake --build --preset release
+	ctest --preset release -R '^install/'
+
+## make lint           formatting, shell scripts and clang-tidy
+.PHONY: lint
+lint:
+	tools/setup.sh build test lint clang
+	tools/lint.sh
+
+## make format         formats every source
+.PHONY: format
+format:
+	tools/setup.sh test
+	git ls-files -z -- '*.h' '*.cpp' ':!tests/house/must_fail_*' | xargs -0 clang-format -i
+
+## make picture        draws the include picture of ARCHITECTURE.md again
+.PHONY: picture
+picture:
+	tools/include_graph.py
+
+## make bench          runs all benchmarks
+## make bench-smoke    runs each benchmark for a moment, to see that it runs
+.PHONY: bench bench-smoke
+bench bench-smoke:
+	tools/setup.sh build test bench
+	cmake --preset release -D FIREWALL_BENCH=ON
+	cmake --build --preset release --target $(if $(filter bench,$@),bench_run,bench_smoke)
+
+## make coverage       line and branch coverage of the libraries, in build/coverage/report
+.PHONY: coverage
+coverage:
+	tools/setup.sh build test coverage
+	cmake --preset $@
+	cmake --build --preset $@
+	ctest --preset $@
+	tools/coverage.sh
+
+## make clean          forgets every build
+.PHONY: clean
+clean:
+	rm -rf build
