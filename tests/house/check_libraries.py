@@ -1,0 +1,92 @@
+#!/usr/bin/env python3
+"""What a built library may need, export and duplicate.
+
+  check_libraries.py --namespaces Pith,Kiv libKivFramework.so libFirewallModel.so
+
+Each library needs only the others given and the C++ run time, and exports only names of the given
+namespaces. A variable that a header defines exists once among all of them: a second, hidden copy in
+another library would silently hold another value.
+"""
+
+import argparse
+import collections
+import pathlib
+import re
+import subprocess
+import sys
+
+RUN_TIME = re.compile(r"(libstdc\+\+|libgcc_s|libc|libm|ld-linux-x86-64|ld-linux-aarch64)\.so\.\d+")
+
+# What a demangled symbol says before its name.
+ABOUT = re.compile(
+    r"^(?:(?:vtable|VTT|typeinfo|typeinfo name|guard variable|reference temporary #\d+|construction vtable"
+    r"|(?:non-)?virtual thunk|covariant return thunk|TLS init function|TLS wrapper function)"
+    r" (?:for|to) )+")
+
+
+def output_of(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
+def needed_libraries(library):
+    return re.findall(r"\(NEEDED\).*\[(.*)\]", output_of("readelf", "--dynamic", "--wide", library))
+
+
+def symbols(library, *options):
+    """(type, mangled name) of each symbol that `library` defines itself."""
+    for line in output_of("nm", "--defined-only", *options, library).splitlines():
+        _, kind, name = line.split(maxsplit=2)
+        yield kind, name
+
+
+def demangled(names):
+    """Without parameters, which spares us the return types of templates."""
+    text = subprocess.run(["c++filt", "--no-params"], input="\n".join(names), check=True,
+                          capture_output=True, text=True).stdout
+    return dict(zip(names, text.splitlines()))
+
+
+def is_inside(name, namespaces):
+    return any(ABOUT.sub("", name).startswith(space + "::") for space in namespaces)
+
+
+def is_shared_variable(kind, name):
+    """A writable variable with one name for the whole program, not one of a single source file."""
+    in_one_file = "_GLOBAL__N_" in name or re.match(r"_Z+N?K?(\d+\w+)*L\d", name)
+    return kind in "bBdDuVG" and name.startswith("_Z") and name[2] != "T" and not in_one_file
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--namespaces", required=True, type=lambda text: text.split(","))
+    parser.add_argument("libraries", nargs="+", type=pathlib.Path)
+    arguments = parser.parse_args()
+    own = re.compile("(" + "|".join(library.stem for library in arguments.libraries) + r")\.so\.\d+")
+
+    faults = []
+    holders = collections.defaultdict(list)
+    for library in arguments.libraries:
+        for name in needed_libraries(library):
+            if not RUN_TIME.fullmatch(name) and not own.fullmatch(name):
+                faults.append(f"{library.name}: needs {name}")
+
+        exported = [name for _, name in symbols(library, "--dynamic")]
+        if not exported:
+            faults.append(f"{library.name}: exports nothing")
+        for name in demangled(exported).values():
+            if not is_inside(name, arguments.namespaces):
+                faults.append(f"{library.name}: exports {name}")
+
+        for kind, name in symbols(library):
+            if is_shared_variable(kind, name):
+                holders[name].append(library.name)
+    names = demangled(list(holders))
+    for name, libraries in holders.items():
+        if len(libraries) > 1 and is_inside(names[name], arguments.namespaces):
+            faults.append(f"{names[name]}: a copy in each of {', '.join(libraries)}; export it")
+    if faults:
+        sys.exit("\n".join(faults))
+
+
+if __name__ == "__main__":
+    main()
