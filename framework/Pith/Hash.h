@@ -45,7 +45,8 @@ inline std::uint64_t hashBytes(const void* data, std::size_t size) noexcept {
 template <class T>
 std::uint64_t hashOf(const T& value) noexcept {
   if constexpr (std::is_enum_v<T> || std::is_integral_v<T>) {
-    return hashMix(static_cast<std::uint64_t>(value) ^ 0xa0761d6478bd642fULL, 0xe7037ed1a0b428dbULL);
+    return hashMix(static_cast<std::uint64_t>(value) ^ 0xa0761d6478bd642fULL,
+                   0xe7037ed1a0b428dbULL);
   } else {
     return value.hash();
   }

@@ -8,7 +8,8 @@ namespace {
 
 TEST(AssertDeathTest, failureShowsTheExpression) {
   const int count = 0;
-  EXPECT_DEATH(PITH_ASSERT(count > 0), "assertion failed: count > 0 \\(.*AssertTest\\.cpp:[0-9]+\\)");
+  EXPECT_DEATH(PITH_ASSERT(count > 0),
+               "assertion failed: count > 0 \\(.*AssertTest\\.cpp:[0-9]+\\)");
 }
 
 TEST(AssertDeathTest, failureShowsTheGivenText) {

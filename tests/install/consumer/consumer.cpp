@@ -1,4 +1,5 @@
-// A program outside of the tree: an error raised by the installed library is caught as its own type.
+// A program outside of the tree: an error raised by the installed library is caught as its own
+// type.
 #include <framework/Pith/RangeException.h>
 
 #include <cstdio>
