@@ -39,6 +39,9 @@ function(firewall_library name folder)
     return()
   endif()
 
+  if(FIREWALL_COVERAGE)
+    list(APPEND sources ${PROJECT_SOURCE_DIR}/tests/house/coverage_of_death.cpp)
+  endif()
   add_library(${name} SHARED ${sources})
   add_library(FirewallConfigSm::${name} ALIAS ${name})
   target_sources(${name} PUBLIC
