@@ -2,7 +2,7 @@
 // process ends without leaving main().
 #include "framework/Pith/Assert.h"
 
-// Of the compiler's run time, one in each library. NOLINTNEXTLINE(bugprone-reserved-identifier)
+// Of the compiler's run time, one in each library. NOLINTNEXTLINE(*-identifier*)
 extern "C" void __gcov_dump();
 
 namespace {
