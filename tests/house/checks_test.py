@@ -94,6 +94,12 @@ class IncludeGraphTest(CheckTest):
         self.write("framework/Kiv/Far.h", "#  include <boost/container/flat_map.hpp>\n")
         self.assert_finds(self.graph(), "<boost/container/flat_map.hpp> is not of the C++ standard library")
 
+    def test_lets_only_sources_include_the_operating_system(self):
+        self.write("framework/Kiv/File.cpp", "#include <sys/mman.h>\n")
+        self.assertEqual(self.graph(), (0, ""))
+        self.write("framework/Kiv/File.h", "#include <sys/mman.h>\n")
+        self.assert_finds(self.graph(), "framework/Kiv/File.h: <sys/mman.h> is not")
+
 
 class FilesTest(CheckTest):
 
