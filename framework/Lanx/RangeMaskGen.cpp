@@ -1,0 +1,7 @@
+#include "framework/Lanx/RangeMaskGen.h"
+
+namespace Lanx {
+
+template class RangeMaskGen<unsigned short>;
+
+}  // namespace Lanx
