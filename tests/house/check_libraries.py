@@ -50,10 +50,20 @@ def is_inside(name, namespaces):
     return any(ABOUT.sub("", name).startswith(space + "::") for space in namespaces)
 
 
+def is_of_one_file(mangled):
+    """Whether a part of the name says so: an unnamed namespace, or the L of internal linkage."""
+    rest = re.sub(r"^_Z+N?K?", "", mangled)
+    while part := re.match(r"(L?)(\d+)", rest):
+        if part[1]:
+            return True
+        rest = rest[part.end() + int(part[2]):]
+    return "_GLOBAL__N_" in mangled
+
+
 def is_shared_variable(kind, name):
-    """A writable variable with one name for the whole program, not one of a single source file."""
-    in_one_file = "_GLOBAL__N_" in name or re.match(r"_Z+N?K?(\d+\w+)*L\d", name)
-    return kind in "bBdDuVG" and name.startswith("_Z") and name[2] != "T" and not in_one_file
+    """A writable variable that the whole program is to have once; no vtable or type information."""
+    return (kind in "bBdDuVG" and name.startswith("_Z") and not name.startswith("_ZT")
+            and not is_of_one_file(name))
 
 
 def main():

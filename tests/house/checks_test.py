@@ -179,7 +179,9 @@ class LibrariesTest(CheckTest):
 
     def test_lets_two_sources_have_a_variable_of_the_same_name(self):
         text = self.GOOD + ("namespace Pith { namespace { int count = 1; } static int calls = 2;\n"
-                            '[[gnu::visibility("default")]] int two() { return ++count + ++calls; } }\n')
+                            "static int next() { static int step = 3; return ++step; }\n"
+                            '[[gnu::visibility("default")]] int two() {\n'
+                            "return ++count + ++calls + next(); } }\n")
         self.assertEqual(self.libraries(self.build("First", text), self.build("Second", text)), (0, ""))
 
 
