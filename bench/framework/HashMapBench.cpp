@@ -1,0 +1,181 @@
+// Kiv::HashMap2018 beside the hash maps that a user would take instead.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <numeric>
+#include <random>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#if __has_include(<absl/container/flat_hash_map.h>)
+#include <absl/container/flat_hash_map.h>
+#include <absl/container/node_hash_map.h>
+#define BENCH_ABSL 1
+#endif
+#if __has_include(<boost/unordered/unordered_flat_map.hpp>)
+#include <boost/unordered/unordered_flat_map.hpp>
+#define BENCH_BOOST 1
+#endif
+
+#include "bench/framework/Table.h"
+#include "framework/Kiv/HashMap2018.h"
+#include "framework/Pith/Hash.h"
+
+namespace {
+
+struct Record {
+  std::array<std::uint32_t, 20> words;
+};
+
+// A network prefix by size: 20 bytes.
+struct WideKey {
+  std::array<std::uint32_t, 5> words;
+  bool operator==(const WideKey&) const = default;
+  std::uint64_t hash() const noexcept { return Pith::hashBytes(words.data(), sizeof words); }
+};
+
+template <class Key>
+Key keyOf(std::uint32_t number);
+template <>
+std::uint32_t keyOf(std::uint32_t number) {
+  return number * 2654435761U;
+}
+template <>
+WideKey keyOf(std::uint32_t number) {
+  return {{number, number * 2654435761U, 7, number ^ 0x5bd1e995U, 64}};
+}
+
+Record recordOf(std::uint32_t number) {
+  Record record{};
+  record.words.fill(number);
+  return record;
+}
+
+// The same hash for all, so that the tables are compared and not the mixes.
+struct Hasher {
+  using is_avalanching = void;
+  template <class Key>
+  std::size_t operator()(const Key& key) const noexcept {
+    return Pith::hashOf(key);
+  }
+};
+
+template <class Key>
+class KivMap {
+ public:
+  void insert(const Key& key, std::uint32_t number) { map_.insert({key, recordOf(number)}); }
+  const Record* find(const Key& key) const {
+    const auto* entry = map_.find(key);
+    return entry == nullptr ? nullptr : &entry->value;
+  }
+  void erase(const Key& key) { map_.erase(key); }
+  template <class Visit>
+  void walk(const Visit& visit) const {
+    for (const auto& entry : map_) visit(entry.value);
+  }
+
+ private:
+  Kiv::HashMap2018<Kiv::MapEntry<Key, Record>, Kiv::MapEntryKey<Key, Record>> map_;
+};
+
+template <class Key, class Map>
+class StandardMap {
+ public:
+  void insert(const Key& key, std::uint32_t number) { map_.emplace(key, recordOf(number)); }
+  const Record* find(const Key& key) const {
+    const auto found = map_.find(key);
+    return found == map_.end() ? nullptr : &found->second;
+  }
+  void erase(const Key& key) { map_.erase(key); }
+  template <class Visit>
+  void walk(const Visit& visit) const {
+    for (const auto& entry : map_) visit(entry.second);
+  }
+
+ private:
+  Map map_;
+};
+
+std::vector<std::uint32_t> shuffled(std::uint32_t count, std::uint32_t seed) {
+  std::vector<std::uint32_t> numbers(count);
+  std::iota(numbers.begin(), numbers.end(), 1U);
+  std::shuffle(numbers.begin(), numbers.end(), std::mt19937(seed));
+  return numbers;
+}
+
+template <class Key, class Map>
+Bench::Contenders::value_type contender(const char* name, std::uint32_t count) {
+  return {name, [inserted = shuffled(count, 1), sought = shuffled(count, 2), count](auto& life) {
+            const std::size_t before = Bench::heapBytes();
+            Map map;
+            life.time("1 insert", [&] {
+              for (const std::uint32_t number : inserted) map.insert(keyOf<Key>(number), number);
+            });
+            life.note("7 bytes", Bench::heapBytes() - before);
+            life.time("2 find", [&] {
+              for (const std::uint32_t number : sought) {
+                benchmark::DoNotOptimize(map.find(keyOf<Key>(number))->words[0]);
+              }
+            });
+            life.time("2 find, one by one", [&] {
+              std::uint32_t found = 0;
+              for (const std::uint32_t number : sought) {
+                found = map.find(keyOf<Key>(number ^ (found >> 31U)))->words[0];
+              }
+              benchmark::DoNotOptimize(found);
+            });
+            life.time("3 find absent", [&] {
+              for (const std::uint32_t number : sought) {
+                benchmark::DoNotOptimize(map.find(keyOf<Key>(number + count)));
+              }
+            });
+            life.time("4 walk", [&] {
+              std::uint64_t sum = 0;
+              map.walk([&](const Record& record) { sum += record.words[0]; });
+              benchmark::DoNotOptimize(sum);
+            });
+            life.time("5 erase and insert", [&] {
+              for (const std::uint32_t number : sought) {
+                map.erase(keyOf<Key>(number));
+                map.insert(keyOf<Key>(number + count), number);
+              }
+            });
+            life.time("6 erase", [&] {
+              for (const std::uint32_t number : sought) map.erase(keyOf<Key>(number + count));
+            });
+          }};
+}
+
+template <class Key>
+void compareMaps(const std::string& keyName) {
+  for (const std::uint32_t count : {10U, 1'000U, 100'000U, 1'000'000U}) {
+    Bench::compare(
+        "HashMap, " + keyName + " key, " + std::to_string(count), count,
+        {
+            contender<Key, KivMap<Key>>("Kiv", count),
+#ifdef BENCH_ABSL
+            contender<Key, StandardMap<Key, absl::flat_hash_map<Key, Record, Hasher>>>("absl flat",
+                                                                                       count),
+            contender<Key, StandardMap<Key, absl::node_hash_map<Key, Record, Hasher>>>("absl node",
+                                                                                       count),
+#endif
+#ifdef BENCH_BOOST
+            contender<Key, StandardMap<Key, boost::unordered_flat_map<Key, Record, Hasher>>>(
+                "boost flat", count),
+#endif
+            contender<Key, StandardMap<Key, std::unordered_map<Key, Record, Hasher>>>(
+                "std::unordered", count),
+        });
+  }
+}
+
+const bool registered = [] {
+  compareMaps<std::uint32_t>("4-byte");
+  compareMaps<WideKey>("20-byte");
+  return true;
+}();
+
+}  // namespace
