@@ -1,0 +1,503 @@
+// What every reactor has, written once.
+//
+// A reactor reads inputs, subscribes to them, and keeps outputs and child reactors right. Its class
+// states its attributes, its subscriptions, its children and its handlers:
+//
+//   struct VrfSmAttributes {                       // the constructor attributes, in constructor
+//   order
+//     Pith::String vrfName;
+//     Pith::Ptr<const Firewall::SegmentDir> inFirewall;
+//     KIV_FIELDS(vrfName, inFirewall)
+//   };
+//   class VrfSm final : public Kiv::Reactor<VrfSm, VrfSmAttributes> {
+//    public:
+//     KIV_REACTOR(VrfSm)                                             // VrfSmIs(attributes…),
+//     typeData() KIV_CHILD_REACTORS(SegmentSM, segmentSm, SegmentSmKeyFunktor, Pith::String,
+//     segmentName()) void inFirewallDispatch(Pith::Publisher*, Pith::Subscriber*, Pith::FieldId,
+//     const void* key,
+//                             const Pith::Change*);
+//    private:
+//     explicit VrfSm(VrfSmAttributes attributes);                    // inFirewall_(*this,
+//     inFirewall) void start();                                                  // mandatory
+//     children, handleInitialized() Kiv::Subscription<&VrfSm::inFirewallDispatch> inFirewall_;
+//   };
+//
+// Life. The creation function allocates and constructs the reactor (the subscriptions are on from
+// there), runs start(), and switches notifications on. When start() throws, the reactor is taken
+// down again as below and the exception goes on. An owner takes a child down by its cleanup(), by
+// switching its notifications off, and by letting it go. The last reference gone, in this order:
+// zombie flag off; notifications off, for the children too; cleanup(), where the class asks for it
+// (`static constexpr bool cleanupOnDestruction = true`); children deleted; subscriptions removed;
+// references released.
+//
+// Children under a key: xIs(key…) creates the child or returns the one that is there; asked for
+// again with a reference that differs from the child's own it raises ReinstantiationError, naming
+// type and attribute. xDel(key) switches the child's notifications off and lets it go.
+//
+// While a dispatch function runs, its reactor and all reactors above it are kept alive, since what
+// it does may take any of them down.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <iterator>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include "framework/Kiv/AllocTrack.h"
+#include "framework/Kiv/Collections.h"
+#include "framework/Kiv/Entity.h"
+#include "framework/Kiv/Errors.h"
+#include "framework/Kiv/Object.h"
+#include "framework/Pith/Export.h"
+#include "framework/Pith/Ptr.h"
+#include "framework/Pith/Publisher.h"
+
+namespace Kiv {
+
+class ReactorPart;
+
+class PITH_EXPORT ReactorBase : public Object {
+ public:
+  // Switches the subscriptions of this reactor and of all below it on or off.
+  virtual void hasNotificationActiveIs(bool on);
+  // Makes the reactor a zombie, which ignores what it is told, or brings it back.
+  void kivDoZombieReactors(bool on) noexcept;
+  // True while the reactor ignores what it is told.
+  bool isZombie() const noexcept { return markAndSweepFlag(); }
+
+ protected:
+  ReactorBase() = default;
+
+  void onLastUse() noexcept override;
+  // The part of the class in its own destruction; see above.
+  virtual void lastCleanup() {}
+  virtual void subscriptionsActiveIs(bool on);
+
+ private:
+  friend class ReactorPart;
+
+  ReactorPart* firstPart_ = nullptr;
+  ReactorPart* lastPart_ = nullptr;
+};
+
+// A subscription or the children of a reactor; a member of it.
+class PITH_EXPORT ReactorPart {
+ public:
+  explicit ReactorPart(ReactorBase& owner) noexcept;
+  ReactorPart(const ReactorPart&) = delete;
+  ReactorPart& operator=(const ReactorPart&) = delete;
+
+  virtual void notificationActiveIs(bool on) = 0;
+  virtual void clear() = 0;
+  ReactorPart* next() const noexcept { return next_; }
+
+ protected:
+  virtual ~ReactorPart();
+
+  // A child left its owner.
+  template <class Child>
+  static void unhook(Pith::Ptr<Child> child) {
+    if (!child) return;
+    child->hasNotificationActiveIs(false);
+    ParentLink::unlink(*child);
+  }
+
+ private:
+  ReactorPart* next_ = nullptr;
+};
+
+namespace Impl {
+
+// A reactor that is kept alive, and the one above it; on the stack.
+struct Anchor {
+  Pith::Ptr<Object> reactor;
+  Anchor* above = nullptr;
+};
+
+template <class Work>
+void anchoredFrom(Anchor& first, Anchor& last, const Work& work) {
+  if (Object* const owner = last.reactor->parent()) {
+    Anchor next{owner};
+    last.above = &next;
+    anchoredFrom(first, next, work);
+    return;
+  }
+  struct Release {
+    Anchor* anchor;
+    ~Release() {
+      for (; anchor != nullptr; anchor = anchor->above) anchor->reactor = nullptr;
+    }
+  };
+  const Release release{&first};
+  work();
+}
+
+}  // namespace Impl
+
+// Runs `work` while `reactor` and all reactors above it are kept alive. Afterwards they are let go
+// of from below, since a reactor may call its owner to the last.
+template <class Work>
+void anchored(Object* reactor, const Work& work) {
+  Impl::Anchor anchor{reactor};
+  Impl::anchoredFrom(anchor, anchor, work);
+}
+
+namespace Impl {
+template <class>
+struct DispatchOwner;
+template <class Owner>
+struct DispatchOwner<void (Owner::*)(Pith::Publisher*, Pith::Subscriber*, Pith::FieldId,
+                                     const void*, const Pith::Change*)> {
+  using Type = Owner;
+};
+}  // namespace Impl
+
+// The subscription of a reactor to one of its inputs. An input that is null is not subscribed to.
+template <auto dispatch>
+class Subscription final : public ReactorPart {
+ public:
+  using Owner = typename Impl::DispatchOwner<decltype(dispatch)>::Type;
+
+  template <class Input>
+  Subscription(Owner& owner, const Pith::Ptr<Input>& input)
+      : ReactorPart(owner), input_(input), subscriber_(&owner, &Subscription::deliver) {
+    Subscription::notificationActiveIs(true);
+  }
+
+  void notificationActiveIs(bool on) override {
+    if (!input_) return;
+    if (on) {
+      input_->publisher().subscriberAdd(subscriber_);
+    } else {
+      subscriber_.unsubscribeFrom(subscriber_.publisher());
+    }
+  }
+  void clear() override { subscriber_.unsubscribeFrom(subscriber_.publisher()); }
+
+ private:
+  static void deliver(void* owner, Pith::Publisher* publisher, Pith::Subscriber* subscriber,
+                      Pith::FieldId field, const void* key, const Pith::Change* change) {
+    auto* const reactor = static_cast<Owner*>(owner);
+    anchored(reactor, [&] { (reactor->*dispatch)(publisher, subscriber, field, key, change); });
+  }
+
+  Pith::Ptr<const Entity> input_;
+  Pith::Subscriber subscriber_;
+};
+
+namespace Impl {
+
+// What a field refers to; null for plain values, which are not compared.
+template <class T>
+const void* referenceOf(const T& field) noexcept {
+  if constexpr (isReference<T>) {
+    return field.get();
+  } else if constexpr (std::is_pointer_v<T>) {
+    return field;
+  } else {
+    return nullptr;
+  }
+}
+
+// The references that a child was created with must be those it is asked for with again.
+template <class Attributes>
+void checkSameReferences(std::string_view type, const Attributes& have, const Attributes& want) {
+  std::array<const void*, std::size(Attributes::fieldNames)> given{};
+  std::size_t at = 0;
+  Attributes::eachField(want,
+                        [&](const char*, const auto& field) { given[at++] = referenceOf(field); });
+  at = 0;
+  Attributes::eachField(have, [&](const char* name, const auto& field) {
+    if (given[at++] != referenceOf(field)) throwMutatorReinstantiating(type, name);
+  });
+}
+
+}  // namespace Impl
+
+// A reactor with constructor attributes of its own. Base is for a reactor that is known to others
+// by an interface alone.
+template <class Derived, class Attributes_, class Base = ReactorBase>
+class Reactor : public Base, protected Attributes_ {
+ public:
+  using Attributes = Attributes_;
+  using Ptr = Pith::Ptr<Derived>;
+  static constexpr bool cleanupOnDestruction = false;
+
+  const Attributes& attributes() const noexcept { return *this; }
+
+  static void* operator new(std::size_t bytes) { return SlabObject<Derived>::operator new(bytes); }
+  static void operator delete(void* object, std::size_t bytes) noexcept {
+    SlabObject<Derived>::operator delete(object, bytes);
+  }
+
+  // What every creation function does; `parent` is the reactor that will own it, or null.
+  static Ptr create(Attributes attributes, Object* parent = nullptr) {
+    auto reactor = Ptr::adopt(new Derived(std::move(attributes)));
+    if (parent != nullptr) ParentLink::link(*reactor, *parent);
+    reactor->start();
+    reactor->hasNotificationActiveIs(true);
+    return reactor;
+  }
+
+ protected:
+  explicit Reactor(Attributes attributes) : Attributes_(std::move(attributes)) {}
+
+  void lastCleanup() override {
+    if constexpr (Derived::cleanupOnDestruction) static_cast<Derived*>(this)->cleanup();
+  }
+};
+
+// A small reactor inside its owner's collection: it watches one object, its notifier, and its
+// handlers call back into the owner. Derived has `void handleNotifier()`, called when it is pointed
+// at an object, and `void onAttribute(Pith::FieldId, const void* key, const Pith::Change*)`, called
+// for its changes; neither while it is a zombie.
+template <class Derived, class Owner, class Notifier_>
+class NestedReactor : public ReactorBase {
+ public:
+  using Notifier = Notifier_;
+  using Ptr = Pith::Ptr<Derived>;
+  struct Attributes {
+    Pith::Ptr<const Notifier> notifier;
+    KIV_FIELDS(notifier)
+  };
+
+  Attributes attributes() const { return {notifier_}; }
+
+  static void* operator new(std::size_t bytes) { return SlabObject<Derived>::operator new(bytes); }
+  static void operator delete(void* object, std::size_t bytes) noexcept {
+    SlabObject<Derived>::operator delete(object, bytes);
+  }
+
+  static Ptr create(Owner& owner, const Pith::Ptr<const Notifier>& input) {
+    auto reactor = Ptr::adopt(new Derived(owner));
+    ParentLink::link(*reactor, owner);
+    reactor->start(input);
+    reactor->notifierIs(input);
+    reactor->hasNotificationActiveIs(true);
+    return reactor;
+  }
+
+  const Pith::Ptr<const Notifier>& notifier() const noexcept { return notifier_; }
+
+  // Watches `node` from now on, or nothing when it is null or no Notifier.
+  void notifierIs(const Pith::Ptr<const Object>& node) {
+    auto given = Pith::dynamicPtrCast<const Notifier>(node);
+    if (given == notifier_) return;
+    subscriber_.unsubscribeFrom(subscriber_.publisher());
+    notifier_ = std::move(given);
+    if (!notifier_) return;
+    notifier_->publisher().subscriberAdd(subscriber_);
+    if (!isZombie()) anchored(this, [this] { derived().handleNotifier(); });
+  }
+
+ protected:
+  explicit NestedReactor(Owner& owner) noexcept
+      : owner_(&owner), subscriber_(this, &NestedReactor::deliver) {}
+
+  Owner& owner() const noexcept { return *owner_; }
+  // Children that exist before the notifier is watched; the class may have its own.
+  void start(const Pith::Ptr<const Notifier>& /*input*/) {}
+
+  void subscriptionsActiveIs(bool on) override {
+    ReactorBase::subscriptionsActiveIs(on);
+    if (on && notifier_) {
+      notifier_->publisher().subscriberAdd(subscriber_);
+    } else {
+      subscriber_.unsubscribeFrom(subscriber_.publisher());
+    }
+  }
+
+ private:
+  Derived& derived() noexcept { return static_cast<Derived&>(*this); }
+
+  static void deliver(void* self, Pith::Publisher*, Pith::Subscriber*, Pith::FieldId field,
+                      const void* key, const Pith::Change* change) {
+    auto* const reactor = static_cast<NestedReactor*>(self);
+    if (reactor->isZombie()) return;
+    anchored(reactor, [&] { reactor->derived().onAttribute(field, key, change); });
+  }
+
+  Owner* owner_;
+  Pith::Ptr<const Notifier> notifier_;
+  Pith::Subscriber subscriber_;
+};
+
+// One child, or none.
+template <class Child_>
+class ChildReactor final : public ReactorPart {
+ public:
+  using Child = Child_;
+
+  explicit ChildReactor(ReactorBase& owner) noexcept : ReactorPart(owner), owner_(&owner) {}
+
+  const Pith::Ptr<Child>& get() const noexcept { return child_; }
+
+  // The child that is there, or a new one.
+  Pith::Ptr<Child> is(typename Child::Attributes attributes) {
+    if (child_) {
+      Impl::checkSameReferences(typeNameOf<Child>(), child_->attributes(), attributes);
+      return child_;
+    }
+    auto child = Child::create(std::move(attributes), owner_);
+    if (child_) {  // made while the new one started
+      unhook(std::move(child));
+    } else {
+      child_ = std::move(child);
+    }
+    return child_;
+  }
+  // Takes the child out: the reference is cleared, then its notifications are switched off.
+  void del() { unhook(std::exchange(child_, nullptr)); }
+
+  void notificationActiveIs(bool on) override {
+    if (child_) child_->hasNotificationActiveIs(on);
+  }
+  void clear() override { del(); }
+
+ private:
+  ReactorBase* owner_;
+  Pith::Ptr<Child> child_;
+};
+
+// Children under a key, which Funktor finds in the child. Walks survive any change.
+template <class Child_, class Funktor>
+class ChildReactors final : public ReactorPart {
+ public:
+  using Child = Child_;
+  using Map = HashMap2018<Pith::Ptr<Child>, Funktor>;
+  using Key = typename Map::Key;
+
+  explicit ChildReactors(ReactorBase& owner) noexcept : ReactorPart(owner), owner_(&owner) {}
+
+  const Map& map() const noexcept { return map_; }
+  Pith::Ptr<Child> find(const Key& key) const {
+    const Pith::Ptr<Child>* const child = map_.find(key);
+    return child == nullptr ? Pith::Ptr<Child>() : *child;
+  }
+
+  // The child under the key that `attributes` hold, or a new one.
+  Pith::Ptr<Child> is(const Key& key, typename Child::Attributes attributes) {
+    if (auto present = find(key)) {
+      Impl::checkSameReferences(typeNameOf<Child>(), present->attributes(), attributes);
+      return present;
+    }
+    return added(Child::create(std::move(attributes), owner_));
+  }
+  // Nested reactors: the child that watches `input`.
+  template <class Owner, class Notifier>
+  Pith::Ptr<Child> is(Owner& owner, const Key& key, const Pith::Ptr<const Notifier>& input) {
+    if (auto present = find(key)) {
+      if (present->notifier() != input) {
+        Impl::throwMutatorReinstantiating(typeNameOf<Child>(), "notifier");
+      }
+      return present;
+    }
+    return added(Child::create(owner, input));
+  }
+
+  void del(const Key& key) {
+    if (auto gone = map_.take(key)) unhook(std::move(*gone));
+  }
+  void delAll() {
+    while (auto gone = map_.takeFirst()) unhook(std::move(*gone));
+  }
+
+  void notificationActiveIs(bool on) override {
+    for (Pith::Ptr<Child> child : map_) child->hasNotificationActiveIs(on);
+  }
+  void clear() override { delAll(); }
+
+ private:
+  Pith::Ptr<Child> added(Pith::Ptr<Child> child) {
+    const auto [entry, isNew] = map_.insert(Pith::Ptr<Child>(child));
+    Pith::Ptr<Child> present = *entry;
+    if (!isNew) unhook(std::move(child));  // one of the same key was made while this one started
+    return present;
+  }
+
+  ReactorBase* owner_;
+  Map map_;
+};
+
+}  // namespace Kiv
+
+// In the class of a reactor: its creation function and its place in the type tables.
+#define KIV_REACTOR(Reactor_)                                     \
+ public:                                                          \
+  template <class... KivArgs>                                     \
+  static Ptr Reactor_##Is(KivArgs&&... kivArgs) {                 \
+    return create(Attributes{std::forward<KivArgs>(kivArgs)...}); \
+  }                                                               \
+  static const ::Kiv::TypeData& staticTypeData();                 \
+  const ::Kiv::TypeData& typeData() const override;               \
+                                                                  \
+ private:                                                         \
+  template <class, class, class>                                  \
+  friend class ::Kiv::Reactor;                                    \
+  KIV_IMPL_REACTOR(Reactor_)
+
+// In the class of a nested reactor: its constructor and its place in the type tables.
+#define KIV_NESTED_REACTOR(Reactor_, Owner_)                       \
+ public:                                                           \
+  static const ::Kiv::TypeData& staticTypeData();                  \
+  const ::Kiv::TypeData& typeData() const override;                \
+                                                                   \
+ private:                                                          \
+  template <class, class, class>                                   \
+  friend class ::Kiv::NestedReactor;                               \
+  explicit Reactor_(Owner_& kivOwner) : NestedReactor(kivOwner) {} \
+  KIV_IMPL_REACTOR(Reactor_)
+
+#define KIV_IMPL_REACTOR(Reactor_)              \
+  friend struct ::Kiv::Impl::TypeBuilder;       \
+  using KivClass = Reactor_;                    \
+  static constexpr int kivFirstLine = __LINE__; \
+  static void kivAttribute(KivClass*);          \
+                                                \
+ public:
+
+// In the .cpp, with the qualified name.
+#define KIV_REACTOR_DEFINE(Reactor_)                                                        \
+  const ::Kiv::TypeData& Reactor_::staticTypeData() {                                       \
+    static const ::Kiv::TypeData data = ::Kiv::Impl::TypeBuilder::buildReactor<Reactor_>(); \
+    return data;                                                                            \
+  }                                                                                         \
+  const ::Kiv::TypeData& Reactor_::typeData() const { return staticTypeData(); }
+
+#define KIV_IMPL_REACTOR_DECLARE(name_, Part_)                                                  \
+ private:                                                                                       \
+  Part_ name_##_{*this};                                                                        \
+  struct name_##Access {                                                                        \
+    using Class = KivClass;                                                                     \
+    static constexpr bool writable = false;                                                     \
+    static constexpr auto declared() {                                                          \
+      return ::Kiv::Impl::Declared<Class, Part_>{#name_, 0, &Class::name_##_};                  \
+    }                                                                                           \
+  };                                                                                            \
+  static_assert(__LINE__ - kivFirstLine < ::Kiv::Impl::linesOfType, "the reactor is too long"); \
+  static name_##Access kivAttribute(std::integral_constant<int, __LINE__ - kivFirstLine>);      \
+                                                                                                \
+ public:
+
+// One child: x(), xDel(); the class states xIs(…).
+#define KIV_CHILD_REACTOR(Child_, name_)                                       \
+  KIV_IMPL_REACTOR_DECLARE(name_, ::Kiv::ChildReactor<Child_>)                 \
+  const ::Pith::Ptr<Child_>& name_() const noexcept { return name_##_.get(); } \
+  void name_##Del() { name_##_.del(); }
+
+// Children under a key that Key_(child) gives: x(), x(key), xHas(key), xDel(key), xDelAll(); the
+// class states xIs(key, …).
+#define KIV_CHILD_REACTORS(Child_, name_, Funktor_, KeyType_, key_)                          \
+  struct Funktor_ {                                                                          \
+    using Key = KeyType_;                                                                    \
+    static const Key& key(const ::Pith::Ptr<Child_>& child) noexcept { return child->key_; } \
+  };                                                                                         \
+  using name_##Part = ::Kiv::ChildReactors<Child_, Funktor_>;                                \
+  KIV_IMPL_REACTOR_DECLARE(name_, name_##Part)                                               \
+  const name_##Part::Map& name_() const noexcept { return name_##_.map(); }                  \
+  ::Pith::Ptr<Child_> name_(const KeyType_& kivKey) const { return name_##_.find(kivKey); }  \
+  bool name_##Has(const KeyType_& kivKey) const { return name_##_.map().has(kivKey); }       \
+  void name_##Del(const KeyType_& kivKey) { name_##_.del(kivKey); }                          \
+  void name_##DelAll() { name_##_.delAll(); }

@@ -1,0 +1,94 @@
+// A switch for tests: every input and output of the library, a root reactor when it is started, and
+// the fake hardware agent and a recorder of all writes attached to the output from the beginning.
+//
+//   class MyTest : public TestSupport::SwitchTest {};
+//   TEST_F(MyTest, ...) {
+//     auto cli = sw().source("cli");             // a new Firewall::Config, not enabled yet
+//     sw().start();
+//     cli->enabledIs(true);
+//     EXPECT_EQ(sw().recorder.take(), Lines(...));
+//   }
+//
+// At the end of each test the root is stopped, the output must be at rest, and every object must be
+// gone: the live counts of all types are what they were before the test.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "Firewall/RootDirSm.h"
+#include "framework/Kiv/Dir.h"
+#include "model/Acl/PrefixList.h"
+#include "model/Classification/AppRecognition.h"
+#include "model/Firewall/Config.h"
+#include "model/Firewall/HwCapability.h"
+#include "model/Firewall/HwConfig.h"
+#include "model/Interface/AllIntfStatusDir.h"
+#include "model/Ip/Status.h"
+#include "model/MatchList/MatchList.h"
+#include "tests/support/FakeHardwareAgent.h"
+#include "tests/support/LiveCounts.h"
+#include "tests/support/WriteRecorder.h"
+
+namespace TestSupport {
+
+class Switch {
+ public:
+  Switch();
+  ~Switch();
+  Switch(const Switch&) = delete;
+  Switch& operator=(const Switch&) = delete;
+
+  // Makes the root; what is in the inputs is replayed.
+  const Firewall::RootDirSm::Ptr& start();
+  // Cleans the root up and drops it.
+  void stop();
+  // The source of that name, made when it is not there.
+  Firewall::Config::Ptr source(const std::string& name);
+  // The match-list path of that name, made when it is not there.
+  MatchList::Config::Ptr matchLists(const std::string& path);
+  // An application with one protocol range and, when given, one port range to it, under a field set
+  // of its name; made anew when it is there.
+  void application(const std::string& name, std::uint8_t protocol, const std::string& dstPorts = "",
+                   const std::string& srcPrefix = "");
+  // An interface that exists; routed in a VRF when one is given.
+  void interface(const std::string& name, const std::string& vrf = "");
+  // The reactor of the source, null while it is not enabled.
+  Firewall::RootSm::Ptr rootSm(const std::string& sourceName) const;
+  void checkAtRest() const { hardware.checkAtRest(); }
+
+  Pith::Ptr<Kiv::Dir> fwConfigDir = Kiv::make<Kiv::Dir>();
+  Firewall::HwConfig::Ptr hwConfig = Kiv::make<Firewall::HwConfig>();
+  Firewall::Status::Ptr firewallStatus = Kiv::make<Firewall::Status>();
+  Interface::AllIntfStatusDir::Ptr intfStatusDir = Kiv::make<Interface::AllIntfStatusDir>();
+  Ip::Status::Ptr ipStatus = Kiv::make<Ip::Status>();
+  Pith::Ptr<Kiv::Dir> matchListConfigDir = Kiv::make<Kiv::Dir>();
+  Classification::AppRecognitionConfig::Ptr appRecConfig =
+      Kiv::make<Classification::AppRecognitionConfig>();
+  Classification::FieldSetConfig::Ptr fieldSetConfig = Kiv::make<Classification::FieldSetConfig>();
+  Classification::AppRecognitionStatus::Ptr appRecStatus =
+      Kiv::make<Classification::AppRecognitionStatus>();
+  Firewall::HwCapability::Ptr hwCapability = Kiv::make<Firewall::HwCapability>();
+  Acl::AclListConfig::Ptr aclListConfig = Kiv::make<Acl::AclListConfig>();
+
+  FakeHardwareAgent hardware{hwConfig};
+  WriteRecorder recorder{hwConfig};
+  Firewall::RootDirSm::Ptr root;
+};
+
+class SwitchTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+  Switch& sw() { return *switch_; }
+
+ private:
+  std::map<std::string, std::uint64_t> liveBefore_;
+  std::unique_ptr<Switch> switch_;
+};
+
+}  // namespace TestSupport

@@ -1,0 +1,37 @@
+// The writes to an output tree, in order, as lines of text:
+//
+//   + vrf/red                                  a child or an entry appeared ("+
+//   …/subnets/10.0.0.0%2F8 = true") ~ vrf/red/segment/a/className = web        a value or an entry
+//   changed
+//   - vrf/red                                  it went
+//
+// A reference is written as the last step of its path, so that texts do not depend on numbers.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "framework/Kiv/TreeWatcher.h"
+
+namespace TestSupport {
+
+class WriteRecorder final : public Kiv::TreeWatcher {
+ public:
+  using TreeWatcher::TreeWatcher;
+
+  // All lines since the last take().
+  std::vector<std::string> take();
+  const std::vector<std::string>& lines() const { return lines_; }
+  // Those of take() whose path begins so.
+  std::vector<std::string> takeBelow(const std::string& path);
+
+ private:
+  void onChange(const Kiv::TreeChange& change) override;
+
+  std::vector<std::string> lines_;
+};
+
+// References as the last step of their path.
+std::string withShortReferences(const std::string& text);
+
+}  // namespace TestSupport
