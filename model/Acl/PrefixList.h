@@ -1,0 +1,45 @@
+// Prefix lists: sequenced entries, each a prefix and whether it is permitted.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+#include "framework/Kiv/Entity.h"
+#include "framework/Lanx/Prefix.h"
+#include "framework/Pith/String.h"
+
+namespace Acl {
+
+enum class Action : std::uint8_t { deny = 0, permit = 1 };
+constexpr std::array<std::string_view, 2> enumNames(Action /*any*/) { return {"deny", "permit"}; }
+
+template <class PrefixType>
+struct Entry {
+  PrefixType prefix;
+  Action action = Action::deny;
+  KIV_FIELDS(prefix, action)
+  bool operator==(const Entry&) const = default;
+};
+using PrefixEntry = Entry<Lanx::Prefix>;
+using Ipv6PrefixEntry = Entry<Lanx::Ip6Prefix>;
+
+class PITH_EXPORT PrefixList : public Kiv::Entity {
+  KIV_ENTITY(PrefixList, Kiv::Entity)
+  KIV_KEY(PrefixList, Pith::String, name)
+  KIV_ORDERED_MAP(std::uint32_t, PrefixEntry, prefixEntry)  // by sequence number
+};
+
+class PITH_EXPORT Ipv6PrefixList : public Kiv::Entity {
+  KIV_ENTITY(Ipv6PrefixList, Kiv::Entity)
+  KIV_KEY(Ipv6PrefixList, Pith::String, name)
+  KIV_ORDERED_MAP(std::uint32_t, Ipv6PrefixEntry, ipv6PrefixEntry)  // by sequence number
+};
+
+class PITH_EXPORT AclListConfig : public Kiv::Entity {
+  KIV_ENTITY(AclListConfig, Kiv::Entity)
+  KIV_CHILDREN(Pith::String, PrefixList, prefixList)
+  KIV_CHILDREN(Pith::String, Ipv6PrefixList, ipv6PrefixList)
+};
+
+}  // namespace Acl

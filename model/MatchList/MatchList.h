@@ -1,0 +1,30 @@
+// Match lists: named lists of subnets. There may be several configurations of them, each an entry
+// of a directory under its path name.
+#pragma once
+
+#include "framework/Kiv/Entity.h"
+#include "framework/Lanx/IpAddrWithMask.h"
+#include "framework/Pith/String.h"
+
+namespace MatchList {
+
+class PITH_EXPORT MatchIpv4PrefixListConfig : public Kiv::Entity {
+  KIV_ENTITY(MatchIpv4PrefixListConfig, Kiv::Entity)
+  KIV_KEY(MatchIpv4PrefixListConfig, Pith::String, name)
+  KIV_ORDERED_SET(Lanx::IpAddrWithMask, subnets)
+};
+
+class PITH_EXPORT MatchIpv6PrefixListConfig : public Kiv::Entity {
+  KIV_ENTITY(MatchIpv6PrefixListConfig, Kiv::Entity)
+  KIV_KEY(MatchIpv6PrefixListConfig, Pith::String, name)
+  KIV_ORDERED_SET(Lanx::Ip6AddrWithMask, subnets)
+};
+
+class PITH_EXPORT Config : public Kiv::Entity {
+  KIV_ENTITY(Config, Kiv::Entity)
+  KIV_KEY(Config, Pith::String, name)
+  KIV_CHILDREN(Pith::String, MatchIpv4PrefixListConfig, matchIpv4PrefixList)
+  KIV_CHILDREN(Pith::String, MatchIpv6PrefixListConfig, matchIpv6PrefixList)
+};
+
+}  // namespace MatchList
