@@ -1,0 +1,83 @@
+// Tells the consumer of the output that it is in flux.
+//
+//   ActiveWorkManager::Handle work(activeWorkManager);   // HwConfig.updateInProgress is true from
+//   here
+//   ...
+//   work.handleDestroyed();                              // false again, when no other handle is
+//   open
+//
+// There is one manager in a tree of reactors. Every piece of work that replays or tears down much
+// of the configuration holds a handle while it runs; handles nest freely, and `updateInProgress`
+// falls with the last one.
+//
+// A handle counts once: closing it empties it. A copy counts for itself. A handle that is left by
+// an exception closes itself; an exception of a subscriber to `updateInProgress` is then dropped,
+// while handleDestroyed() lets it through. A handle without manager does nothing.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "framework/Kiv/CharRange.h"
+#include "framework/Kiv/Reactor.h"
+#include "framework/Pith/Export.h"
+#include "framework/Pith/Ptr.h"
+#include "model/Firewall/HwConfig.h"
+
+namespace Firewall {
+
+struct ActiveWorkManagerAttributes {
+  Pith::Ptr<HwConfig> outFirewallConfig;
+  KIV_FIELDS(outFirewallConfig)
+};
+
+class PITH_EXPORT ActiveWorkManager final
+    : public Kiv::Reactor<ActiveWorkManager, ActiveWorkManagerAttributes> {
+  KIV_REACTOR(ActiveWorkManager)
+
+  class Handle;
+
+  std::uint32_t activeHandles() const noexcept { return activeHandles_; }
+
+ private:
+  explicit ActiveWorkManager(ActiveWorkManagerAttributes attributes);
+  void start() {}
+
+  std::uint32_t activeHandles_ = 0;
+};
+
+class PITH_EXPORT ActiveWorkManager::Handle {
+ public:
+  Handle() noexcept = default;
+  // Opens a handle on the manager, which may be null.
+  explicit Handle(Pith::Ptr<ActiveWorkManager> manager);
+  // Opens a handle on the manager that the text refers to. DeserializationError for the attribute
+  // "manager" when it refers to none, or when there is text behind the reference.
+  explicit Handle(Kiv::CharRange& text);
+  Handle(const Handle& other) : Handle(other.manager_) {}
+  Handle(Handle&& other) noexcept = default;
+  Handle& operator=(Handle other) noexcept;
+  ~Handle();
+
+  const Pith::Ptr<ActiveWorkManager>& manager() const noexcept { return manager_; }
+
+  // Counts up; done by the constructors.
+  void handleInitialized();
+  // Counts down and empties the handle.
+  void handleDestroyed();
+
+  friend bool operator==(const Handle& a, const Handle& b) noexcept {
+    return a.manager_ == b.manager_;
+  }
+  // The reference to the manager.
+  void appendTo(std::string& out) const;
+
+ private:
+  void closeQuietly() noexcept;
+
+  Pith::Ptr<ActiveWorkManager> manager_;
+};
+
+PITH_EXPORT ActiveWorkManager::Ptr activeWorkManagerFactory(Pith::Ptr<HwConfig> outFirewallConfig);
+
+}  // namespace Firewall

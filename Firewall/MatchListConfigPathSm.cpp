@@ -1,0 +1,362 @@
+#include "Firewall/MatchListConfigPathSm.h"
+
+#include <utility>
+
+#include "Firewall/MatchListFamily.h"
+#include "Firewall/OtherSources.h"
+#include "Firewall/PrefixClassification.h"
+#include "Firewall/Trace.h"
+#include "Firewall/VrfSources.h"
+#include "framework/Kiv/Deferred.h"
+
+KIV_REACTOR_DEFINE(Firewall::MatchListConfigPathSm)
+
+namespace Firewall {
+namespace {
+
+// Calls visit(subnet) for each subnet of the family that the segment has; it may remove it.
+template <class Lists, class Visit>
+void eachSubnet(const FwSegment& segment, const Visit& visit) {
+  for (const auto& entry : segment.subnets()) {
+    const Lanx::IpGenAddrWithMask subnet = entry.key;
+    if (subnet.family() == Lists::family) visit(subnet);
+  }
+}
+
+// The nested reactor follows its list; a list that was replaced in one go gets a new one.
+template <class Reactors, class List>
+void follow(MatchListConfigPathSm& sm, Reactors& reactors, const Pith::String& name,
+            const Pith::Ptr<const List>& list) {
+  const auto child = reactors.find(name);
+  if (child && child->notifier() != list) reactors.del(name);
+  if (list) reactors.is(sm, name, list);
+}
+
+}  // namespace
+
+MatchListConfigPathSm::MatchListConfigPathSm(MatchListConfigPathSmAttributes attributes)
+    : Reactor(std::move(attributes)),
+      inSegmentSubscription_(*this, inSegment),
+      matchListConfigSubscription_(*this, matchListConfig),
+      aclListConfigSubscription_(*this, aclListConfig) {}
+
+void MatchListConfigPathSm::start() {
+  for (Pith::Ptr<const Ipv4Lists::MatchListConfig> list : matchListConfig->matchIpv4PrefixList()) {
+    matchIpv4PrefixListIs(list);
+  }
+  for (Pith::Ptr<const Ipv6Lists::MatchListConfig> list : matchListConfig->matchIpv6PrefixList()) {
+    matchIpv6PrefixListIs(list);
+  }
+  for (Pith::Ptr<const Acl::PrefixList> list : aclListConfig->prefixList()) {
+    aclIpv4PrefixListIs(list);
+  }
+  for (Pith::Ptr<const Acl::Ipv6PrefixList> list : aclListConfig->ipv6PrefixList()) {
+    aclIpv6PrefixListIs(list);
+  }
+  handleInitialized();
+}
+
+MatchListConfigPathSm::NestedSm_MatchIpv4PrefixList::Ptr
+MatchListConfigPathSm::matchIpv4PrefixListIs(
+    const Pith::Ptr<const MatchList::MatchIpv4PrefixListConfig>& list) {
+  return matchIpv4PrefixList_.is(*this, list->name(), list);
+}
+
+MatchListConfigPathSm::NestedSm_MatchIpv6PrefixList::Ptr
+MatchListConfigPathSm::matchIpv6PrefixListIs(
+    const Pith::Ptr<const MatchList::MatchIpv6PrefixListConfig>& list) {
+  return matchIpv6PrefixList_.is(*this, list->name(), list);
+}
+
+MatchListConfigPathSm::NestedSm_AclIpv4PrefixList::Ptr MatchListConfigPathSm::aclIpv4PrefixListIs(
+    const Pith::Ptr<const Acl::PrefixList>& list) {
+  return aclIpv4PrefixList_.is(*this, list->name(), list);
+}
+
+MatchListConfigPathSm::NestedSm_AclIpv6PrefixList::Ptr MatchListConfigPathSm::aclIpv6PrefixListIs(
+    const Pith::Ptr<const Acl::Ipv6PrefixList>& list) {
+  return aclIpv6PrefixList_.is(*this, list->name(), list);
+}
+
+void MatchListConfigPathSm::inSegmentDispatch(Pith::Publisher* /*publisher*/,
+                                              Pith::Subscriber* /*subscriber*/, Pith::FieldId field,
+                                              const void* /*key*/, const Pith::Change* /*change*/) {
+  if (isZombie()) return;
+  if (field == Segment::prefixIpv4MlField) handleIpv4PrefixList();
+  if (field == Segment::prefixIpv6MlField) handleIpv6PrefixList();
+}
+
+void MatchListConfigPathSm::matchListConfigDispatch(Pith::Publisher* /*publisher*/,
+                                                    Pith::Subscriber* /*subscriber*/,
+                                                    Pith::FieldId field, const void* key,
+                                                    const Pith::Change* /*change*/) {
+  if (isZombie()) return;
+  const auto& name = *static_cast<const Pith::String*>(key);
+  Kiv::Deferred steps;
+  switch (field) {
+    case MatchList::Config::matchIpv4PrefixListField:
+      steps.run([&] { handleIpv4PrefixList(name); });
+      follow(*this, matchIpv4PrefixList_, name, matchListConfig->matchIpv4PrefixList(name));
+      break;
+    case MatchList::Config::matchIpv6PrefixListField:
+      steps.run([&] { handleIpv6PrefixList(name); });
+      follow(*this, matchIpv6PrefixList_, name, matchListConfig->matchIpv6PrefixList(name));
+      break;
+    default:
+      break;
+  }
+  steps.rethrow();
+}
+
+void MatchListConfigPathSm::aclListConfigDispatch(Pith::Publisher* /*publisher*/,
+                                                  Pith::Subscriber* /*subscriber*/,
+                                                  Pith::FieldId field, const void* key,
+                                                  const Pith::Change* /*change*/) {
+  if (isZombie()) return;
+  const auto& name = *static_cast<const Pith::String*>(key);
+  Kiv::Deferred steps;
+  switch (field) {
+    case Acl::AclListConfig::prefixListField:
+      steps.run([&] { handleIpv4PrefixList(name); });
+      follow(*this, aclIpv4PrefixList_, name, aclListConfig->prefixList(name));
+      break;
+    case Acl::AclListConfig::ipv6PrefixListField:
+      steps.run([&] { handleIpv6PrefixList(name); });
+      follow(*this, aclIpv6PrefixList_, name, aclListConfig->ipv6PrefixList(name));
+      break;
+    default:
+      break;
+  }
+  steps.rethrow();
+}
+
+void MatchListConfigPathSm::handleInitialized() {
+  static constexpr Twinlog::Function fn(
+      "void Firewall::MatchListConfigPathSm::handleInitialized()");
+  TWINLOG_FN(facility, 9, fn, " MatchList config path : %s", mlName);
+  initialized_ = true;
+  handleIpv4PrefixList();
+  handleIpv6PrefixList();
+}
+
+void MatchListConfigPathSm::handleIpv4PrefixList() { recompute<Ipv4Lists>(); }
+
+void MatchListConfigPathSm::handleIpv6PrefixList() { recompute<Ipv6Lists>(); }
+
+void MatchListConfigPathSm::handleIpv4PrefixList(const Pith::String& name) {
+  if (isChosen<Ipv4Lists>(name)) handleIpv4PrefixList();
+}
+
+void MatchListConfigPathSm::handleIpv6PrefixList(const Pith::String& name) {
+  if (isChosen<Ipv6Lists>(name)) handleIpv6PrefixList();
+}
+
+void MatchListConfigPathSm::cleanIpv4PrefixList() {
+  ++changes_;
+  withdrawAll<Ipv4Lists>();
+}
+
+void MatchListConfigPathSm::cleanIpv6PrefixList() {
+  ++changes_;
+  withdrawAll<Ipv6Lists>();
+}
+
+void MatchListConfigPathSm::cleanup() {
+  if (!initialized_) return;
+  initialized_ = false;  // what is taken down does not come back
+  ++changes_;
+  Kiv::Deferred steps;
+  steps.run([this] { withdrawOwn<Ipv4Lists>(); });
+  steps.run([this] { withdrawOwn<Ipv6Lists>(); });
+  steps.rethrow();
+}
+
+bool MatchListConfigPathSm::hasMatchList(const Pith::String& name, Lanx::AddressFamily af) const {
+  static constexpr Twinlog::Function fn(
+      "bool Firewall::MatchListConfigPathSm::hasMatchList(const String&, Lanx::AddressFamily) "
+      "const");
+  const auto found = [&](const Pith::String& path, const auto& /*list*/) {
+    TWINLOG_FN(facility, 6, fn, " mlName: %s found in config path: %s", name, path);
+    return true;
+  };
+  const bool isFound = af == Lanx::AddressFamily::ipv4
+                           ? anyMatchList<Ipv4Lists>(*matchListConfigDir, name, found)
+                           : anyMatchList<Ipv6Lists>(*matchListConfigDir, name, found);
+  if (!isFound) TWINLOG_FN(facility, 6, fn, " Could not find matchlist: %s", name);
+  return isFound;
+}
+
+bool MatchListConfigPathSm::hasPrefixList(const Pith::String& name, Lanx::AddressFamily af) const {
+  static constexpr Twinlog::Function fn(
+      "bool Firewall::MatchListConfigPathSm::hasPrefixList(const String&, Lanx::AddressFamily) "
+      "const");
+  const bool isFound = af == Lanx::AddressFamily::ipv4 ? aclListConfig->prefixListHas(name)
+                                                       : aclListConfig->ipv6PrefixListHas(name);
+  if (isFound) {
+    TWINLOG_FN(facility, 6, fn, " plName: %s found in config path %s", name, mlName);
+  } else {
+    TWINLOG_FN(facility, 6, fn, " Could not find prefixlist: %s", name);
+  }
+  return isFound;
+}
+
+bool MatchListConfigPathSm::isMatchListConfigured(Lanx::AddressFamily af) const {
+  if (!fwVrf) return false;
+  return anyVrfOfSources(*fwConfigDir, fwVrf->name(), [&](const auto& /*config*/, const auto& vrf) {
+    const Pith::Ptr<const Segment> segment = vrf->segment(mlSegmentName);
+    if (!segment) return false;
+    const ListSource& source =
+        af == Lanx::AddressFamily::ipv4 ? segment->prefixIpv4Ml() : segment->prefixIpv6Ml();
+    return !source.isNone();
+  });
+}
+
+template <class Lists>
+void MatchListConfigPathSm::recompute() {
+  TWINLOG_FN(facility, 8, Lists::handleAll, " segment: %s name: %s", mlSegmentName, mlName);
+  if (!initialized_) {
+    TWINLOG_FN(facility, 7, Lists::handleAll, " return ");
+    return;
+  }
+  Kiv::Deferred steps;
+  std::uint32_t begun = 0;
+  do {
+    begun = ++changes_;
+    steps.run([this] { applyChoice<Lists>(); });
+  } while (initialized_ && changes_ != begun);
+  TWINLOG_FN(facility, 7, Lists::handleAll, " return");
+  steps.rethrow();
+}
+
+template <class Lists>
+void MatchListConfigPathSm::applyChoice() {
+  const ListSource source = Lists::source(*inSegment);
+  if (source.isNone()) {
+    if (!isMatchListConfigured(Lists::family)) withdrawAll<Lists>();
+    return;
+  }
+  const bool usePrefixList = source.alternative() == ListSource::Alternative::prefixList;
+  TWINLOG_FN(facility, 8, Lists::handleAll, " usePrefixList: %s", usePrefixList);
+  if (usePrefixList) {
+    applyPrefixList<Lists>(source.name());
+  } else {
+    applyMatchList<Lists>(source.name());
+  }
+}
+
+template <class Lists>
+void MatchListConfigPathSm::applyPrefixList(const Pith::String& name) {
+  const auto list = Lists::prefixList(*aclListConfig, name);
+  if (!list) {
+    if (!hasPrefixList(name, Lists::family)) withdrawAll<Lists>();
+    return;
+  }
+  const std::uint32_t begun = changes_;
+  const SubnetClassification classification(*this);
+  Kiv::HashSet<typename Lists::Prefix> wanted;
+  wanted.reserve(Lists::entries(*list).size());
+  Kiv::Deferred steps;
+  for (const auto& [seqnum, entry] : Lists::entries(*list)) {
+    if (entry.action != Acl::Action::permit) continue;
+    const typename Lists::Prefix prefix = entry.prefix;
+    wanted.insert(typename Lists::Prefix(prefix));
+    steps.run([&] { classification.add(prefix); });
+    if (changes_ != begun) break;
+  }
+  if (changes_ == begun) {
+    steps.run([&] {
+      withdrawStale<Lists>(classification, [&wanted](const typename Lists::Subnet& subnet) {
+        return wanted.has(typename Lists::Prefix(subnet.subnet()));
+      });
+    });
+  }
+  steps.rethrow();
+}
+
+template <class Lists>
+void MatchListConfigPathSm::applyMatchList(const Pith::String& name) {
+  const auto list = Lists::matchList(*matchListConfig, name);
+  if (!list) {
+    if (!hasMatchList(name, Lists::family)) withdrawAll<Lists>();
+    return;
+  }
+  const std::uint32_t begun = changes_;
+  const SubnetClassification classification(*this);
+  Kiv::Deferred steps;
+  for (const typename Lists::Subnet subnet : list->subnets()) {
+    TWINLOG_FN(facility, 6, Lists::handleAll, " Adding prefix: %s to segment: %s name: %s", subnet,
+               mlSegmentName, mlName);
+    steps.run([&] { classification.add(subnet); });
+    if (changes_ != begun) break;
+  }
+  if (changes_ == begun) {
+    steps.run([&] {
+      withdrawStale<Lists>(classification, [&list](const typename Lists::Subnet& subnet) {
+        return list->subnetsHas(subnet);
+      });
+    });
+  }
+  steps.rethrow();
+}
+
+template <class Lists, class IsWanted>
+void MatchListConfigPathSm::withdrawStale(const SubnetClassification& classification,
+                                          const IsWanted& isWanted) {
+  const std::uint32_t begun = changes_;
+  Kiv::Deferred steps;
+  eachSubnet<Lists>(*fwSegment, [&](const Lanx::IpGenAddrWithMask& subnet) {
+    if (changes_ != begun || isWanted(Lists::typed(subnet))) return;
+    TWINLOG_FN(facility, 6, Lists::handleAll, " Deleting prefix: %s from  segment: %s name: %s",
+               subnet, mlSegmentName, mlName);
+    steps.run([&] { classification.remove(subnet); });
+  });
+  steps.rethrow();
+}
+
+template <class Lists, class IsKept>
+void MatchListConfigPathSm::withdraw(const IsKept& isKept) {
+  TWINLOG_FN(facility, Lists::cleanLevel, Lists::clean, " segment: %s name: %s", mlSegmentName,
+             mlName);
+  const std::uint32_t begun = changes_;
+  const SubnetClassification classification(*this);
+  Kiv::Deferred steps;
+  eachSubnet<Lists>(*fwSegment, [&](const Lanx::IpGenAddrWithMask& subnet) {
+    if (changes_ != begun || isKept(subnet)) return;
+    steps.run([&] { classification.remove(subnet); });
+  });
+  steps.rethrow();
+}
+
+template <class Lists>
+void MatchListConfigPathSm::withdrawAll() {
+  withdraw<Lists>([](const Lanx::IpGenAddrWithMask&) { return false; });
+}
+
+template <class Lists>
+void MatchListConfigPathSm::withdrawOwn() {
+  const OtherSources<Lists> others(attributes());
+  withdraw<Lists>([&others](const Lanx::IpGenAddrWithMask& subnet) { return others.hold(subnet); });
+}
+
+template <class Lists>
+bool MatchListConfigPathSm::isChosen(const Pith::String& name) const {
+  TWINLOG_FN(facility, 8, Lists::handleNamed, " segment: %s name: %s", mlSegmentName, name);
+  const ListSource& source = Lists::source(*inSegment);
+  return !source.isNone() && source.name() == name;
+}
+
+MatchListConfigPathSm::Ptr matchListConfigPathSmFactory(
+    Pith::String mlName, Pith::String mlSegmentName, Pith::Ptr<const Kiv::Dir> fwConfigDir,
+    Pith::Ptr<FwVrf> fwVrf, Pith::Ptr<const Kiv::Dir> matchListConfigDir,
+    Pith::Ptr<const MatchList::Config> matchListConfig, Pith::Ptr<const Segment> inSegment,
+    Pith::Ptr<FwSegment> fwSegment, Pith::Ptr<const HwCapability> hwCapability,
+    Pith::Ptr<const Acl::AclListConfig> aclListConfig,
+    Pith::Ptr<ActiveWorkManager> activeWorkManager) {
+  return MatchListConfigPathSm::MatchListConfigPathSmIs(
+      std::move(mlName), std::move(mlSegmentName), std::move(fwConfigDir), std::move(fwVrf),
+      std::move(matchListConfigDir), std::move(matchListConfig), std::move(inSegment),
+      std::move(fwSegment), std::move(hwCapability), std::move(aclListConfig),
+      std::move(activeWorkManager));
+}
+
+}  // namespace Firewall

@@ -1,0 +1,73 @@
+// What the lists of one segment hold in the enabled sources other than its own: it stays in the
+// output when the segment leaves with its source.
+#pragma once
+
+#include <algorithm>
+#include <vector>
+
+#include "Firewall/MatchListConfigPathSm.h"
+#include "Firewall/MatchListFamily.h"
+#include "Firewall/VrfSources.h"
+#include "framework/Kiv/Collections.h"
+#include "framework/Pith/RangeException.h"
+
+namespace Firewall {
+
+// Lists is a family of MatchListFamily.h.
+template <class Lists>
+class OtherSources {
+ public:
+  explicit OtherSources(const MatchListConfigPathSmAttributes& at) {
+    if (!at.fwVrf) return;
+    anyVrfOfSources(*at.fwConfigDir, at.fwVrf->name(), [&](const auto& config, const auto& vrf) {
+      const Pith::Ptr<const Segment> segment = vrf->segment(at.mlSegmentName);
+      if (segment && segment != at.inSegment && config->enabled()) add(at, *segment);
+      return false;
+    });
+  }
+
+  // Match lists hold exactly the subnet, host bits and all.
+  bool hold(const Lanx::IpGenAddrWithMask& subnet) const {
+    const typename Lists::Subnet typed = Lists::typed(subnet);
+    return permitted_.has(typed) ||
+           std::any_of(matchLists_.begin(), matchLists_.end(),
+                       [&typed](const auto& list) { return list->subnetsHas(typed); });
+  }
+
+ private:
+  void add(const MatchListConfigPathSmAttributes& at, const Segment& segment) {
+    const ListSource& source = Lists::source(segment);
+    switch (alternativeOf(source)) {
+      case ListSource::Alternative::none:
+        break;
+      case ListSource::Alternative::matchList:
+        anyMatchList<Lists>(*at.matchListConfigDir, source.name(),
+                            [this](const Pith::String&, const auto& list) {
+                              matchLists_.push_back(list);
+                              return false;
+                            });
+        break;
+      case ListSource::Alternative::prefixList:
+        if (const auto list = Lists::prefixList(*at.aclListConfig, source.name())) {
+          for (const auto& [seqnum, entry] : Lists::entries(*list)) {
+            if (entry.action == Acl::Action::permit) permitted_.insert(entry.prefix);
+          }
+        }
+        break;
+    }
+  }
+
+  // Another source's meaningless choice does not keep this one from leaving.
+  static ListSource::Alternative alternativeOf(const ListSource& source) {
+    try {
+      return source.alternative();
+    } catch (const Pith::RangeException&) {
+      return ListSource::Alternative::none;
+    }
+  }
+
+  std::vector<Pith::Ptr<const typename Lists::MatchListConfig>> matchLists_;
+  Kiv::HashSet<typename Lists::Subnet> permitted_;
+};
+
+}  // namespace Firewall

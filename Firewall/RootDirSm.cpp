@@ -1,0 +1,130 @@
+#include "Firewall/RootDirSm.h"
+
+#include <utility>
+
+#include "Firewall/Sources.h"
+#include "Firewall/Trace.h"
+
+KIV_REACTOR_DEFINE(Firewall::RootDirSm)
+
+namespace Firewall {
+
+Pith::Ptr<AppRecogConfigSm> AppRecogChild::is(
+    const Pith::Ptr<const Classification::AppRecognitionConfig>& appRecConfig,
+    const Pith::Ptr<Classification::AppRecognitionStatus>& appRecStatus,
+    const Pith::Ptr<const Classification::FieldSetConfig>& fieldSetConfig) {
+  if (child_ && appRecConfig == appRecConfig_ && appRecStatus == appRecStatus_ &&
+      fieldSetConfig == fieldSetConfig_) {
+    return child_;
+  }
+  auto child = AppRecogConfigSm::AppRecogConfigSmIs(appRecConfig, appRecStatus, fieldSetConfig);
+  appRecConfig_ = appRecConfig;
+  appRecStatus_ = appRecStatus;
+  fieldSetConfig_ = fieldSetConfig;
+  unhook(std::exchange(child_, child));
+  child->hasNotificationActiveIs(true);
+  return child;
+}
+
+void AppRecogChild::notificationActiveIs(bool on) {
+  if (child_) child_->hasNotificationActiveIs(on);
+}
+
+RootDirSm::RootDirSm(RootDirSmAttributes attributes)
+    : Reactor(std::move(attributes)), fwConfigDirSubscription_(*this, fwConfigDir) {}
+
+void RootDirSm::start() {
+  activeWorkManagerIs(outFirewallConfig);
+  handleInitialized();
+}
+
+void RootDirSm::fwConfigDirDispatch(Pith::Publisher* /*publisher*/,
+                                    Pith::Subscriber* /*subscriber*/, Pith::FieldId field,
+                                    const void* key, const Pith::Change* /*change*/) {
+  if (field != Kiv::Dir::entityField || isZombie()) return;
+  handleConfigurationSource(*static_cast<const Pith::String*>(key));
+}
+
+void RootDirSm::handleInitialized() {
+  static constexpr Twinlog::Function fn("void Firewall::RootDirSm::handleInitialized()");
+  TWINLOG_FN(facility, 8, fn, ": ");
+  ActiveWorkManager::Handle work(activeWorkManager());
+  cleanupOutput();
+  initialized_ = true;
+  for (auto entry = fwConfigDir->entityPtrIteratorConst(); entry; ++entry) {
+    handleConfigurationSource(entry.key());
+  }
+  work.handleDestroyed();
+}
+
+void RootDirSm::handleConfigurationSource(const Pith::String& name) {
+  static constexpr Twinlog::Function fn(
+      "void Firewall::RootDirSm::handleConfigurationSource(const String&)");
+  TWINLOG_FN(facility, 8, fn, " Source: %s", name);
+  if (!initialized_) {
+    TWINLOG_FN(facility, 7, fn, " return ");
+    return;
+  }
+  if (const auto config = fwConfigDir->entityPtrAs<Config>(name)) {
+    rootFeatureSmIs(name, fwConfigDir, config, outFirewallConfig, firewallStatus, intfStatusDir,
+                    ipStatus, matchListConfigDir, appRecConfig, fieldSetConfig, appRecStatus,
+                    hwCapability, this, aclListConfig);
+  } else {
+    rootFeatureSmDel(name);
+  }
+}
+
+void RootDirSm::evaluateHwConfigEnableStatus() {
+  static constexpr Twinlog::Function fn("void Firewall::RootDirSm::evaluateHwConfigEnableStatus()");
+  TWINLOG_FN(facility, 8, fn, ": ");
+  const bool active = anySource(
+      *fwConfigDir, [](const Pith::String&, const auto& config) { return config->enabled(); });
+  if (active) {
+    appRecogConfigSmIs(appRecConfig, appRecStatus, fieldSetConfig);
+  } else {
+    appRecogConfigSmDel();
+    cleanupOutput();
+  }
+  TWINLOG_FN(facility, 5, fn, " Setting active status: %s", active);
+  outFirewallConfig->activeIs(active);
+}
+
+void RootDirSm::cleanupOutput() {
+  outFirewallConfig->activeIs(false);
+  outFirewallConfig->vrfDelAll();
+  outFirewallConfig->policyDelAll();
+  outFirewallConfig->l2SegDel();
+  outFirewallConfig->servicesDelAll();
+  firewallStatus->serviceDelAll();
+}
+
+void RootDirSm::cleanup() {
+  static constexpr Twinlog::Function fn("void Firewall::RootDirSm::cleanup()");
+  TWINLOG_FN(facility, 8, fn, ": ");
+  if (!initialized_) {
+    TWINLOG_FN(facility, 7, fn, " return ");
+    return;
+  }
+  initialized_ = false;  // no source comes back
+  ActiveWorkManager::Handle work(activeWorkManager());
+  rootFeatureSmDelAll();
+  cleanupOutput();
+  work.handleDestroyed();
+}
+
+RootDirSm::Ptr rootDirSmFactory(
+    Pith::Ptr<const Kiv::Dir> fwConfigDir, Pith::Ptr<HwConfig> outFirewallConfig,
+    Pith::Ptr<Status> firewallStatus, Pith::Ptr<const Interface::AllIntfStatusDir> intfStatusDir,
+    Pith::Ptr<const Ip::Status> ipStatus, Pith::Ptr<const Kiv::Dir> matchListConfigDir,
+    Pith::Ptr<const Classification::AppRecognitionConfig> appRecConfig,
+    Pith::Ptr<const Classification::FieldSetConfig> fieldSetConfig,
+    Pith::Ptr<Classification::AppRecognitionStatus> appRecStatus,
+    Pith::Ptr<const HwCapability> hwCapability, Pith::Ptr<const Acl::AclListConfig> aclListConfig) {
+  return RootDirSm::RootDirSmIs(
+      std::move(fwConfigDir), std::move(outFirewallConfig), std::move(firewallStatus),
+      std::move(intfStatusDir), std::move(ipStatus), std::move(matchListConfigDir),
+      std::move(appRecConfig), std::move(fieldSetConfig), std::move(appRecStatus),
+      std::move(hwCapability), std::move(aclListConfig));
+}
+
+}  // namespace Firewall

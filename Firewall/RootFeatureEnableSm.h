@@ -1,0 +1,84 @@
+// One configuration source: while it is enabled there is a RootSm for it.
+#pragma once
+
+#include "Firewall/ActiveWorkManager.h"
+#include "Firewall/RootSm.h"
+#include "framework/Kiv/Dir.h"
+#include "framework/Kiv/Reactor.h"
+#include "framework/Pith/Export.h"
+#include "framework/Pith/Ptr.h"
+#include "framework/Pith/String.h"
+#include "model/Firewall/Config.h"
+
+namespace Firewall {
+
+class RootDirSm;
+
+struct RootFeatureEnableSmAttributes {
+  Pith::String configSource;
+  Pith::Ptr<const Kiv::Dir> fwConfigDir;
+  Pith::Ptr<const Config> inConfig;
+  Pith::Ptr<HwConfig> outFirewallConfig;
+  Pith::Ptr<Status> firewallStatus;
+  Pith::Ptr<const Interface::AllIntfStatusDir> intfStatusDir;
+  Pith::Ptr<const Ip::Status> ipStatus;
+  Pith::Ptr<const Kiv::Dir> matchListConfigDir;
+  Pith::Ptr<const Classification::AppRecognitionConfig> appRecConfig;
+  Pith::Ptr<const Classification::FieldSetConfig> fieldSetConfig;
+  Pith::Ptr<Classification::AppRecognitionStatus> appRecStatus;
+  Pith::Ptr<const HwCapability> hwCapability;
+  RootDirSm* rootDirSm = nullptr;
+  Pith::Ptr<const Acl::AclListConfig> aclListConfig;
+  Pith::Ptr<ActiveWorkManager> activeWorkManager;
+  KIV_FIELDS(configSource, fwConfigDir, inConfig, outFirewallConfig, firewallStatus, intfStatusDir,
+             ipStatus, matchListConfigDir, appRecConfig, fieldSetConfig, appRecStatus, hwCapability,
+             rootDirSm, aclListConfig, activeWorkManager)
+};
+
+class PITH_EXPORT RootFeatureEnableSm final
+    : public Kiv::Reactor<RootFeatureEnableSm, RootFeatureEnableSmAttributes> {
+  KIV_REACTOR(RootFeatureEnableSm)
+  KIV_CHILD_REACTOR(RootSm, rootSm)
+
+  static constexpr bool cleanupOnDestruction = true;
+
+  // The arguments of RootSm in order.
+  template <class... Args>
+  Pith::Ptr<RootSm> rootSmIs(Args&&... args) {
+    auto child = rootSm_.is(RootSmAttributes{std::forward<Args>(args)...});
+    child->hasNotificationActiveIs(true);
+    return child;
+  }
+
+  bool initialized() const noexcept { return initialized_; }
+
+  void inConfigDispatch(Pith::Publisher* publisher, Pith::Subscriber* subscriber,
+                        Pith::FieldId field, const void* key, const Pith::Change* change);
+
+  void handleInitialized();
+  // Makes or takes down the RootSm, as the source's `enabled` says.
+  void handleFeatureStatus();
+  // Takes the RootSm down. A second time it changes nothing.
+  void cleanup();
+
+ private:
+  explicit RootFeatureEnableSm(RootFeatureEnableSmAttributes attributes);
+  void start();
+
+  Kiv::Subscription<&RootFeatureEnableSm::inConfigDispatch> inConfigSubscription_;
+  bool initialized_ = false;
+};
+
+PITH_EXPORT RootFeatureEnableSm::Ptr rootFeatureEnableSmFactory(
+    Pith::String configSource, Pith::Ptr<const Kiv::Dir> fwConfigDir,
+    Pith::Ptr<const Config> inConfig, Pith::Ptr<HwConfig> outFirewallConfig,
+    Pith::Ptr<Status> firewallStatus, Pith::Ptr<const Interface::AllIntfStatusDir> intfStatusDir,
+    Pith::Ptr<const Ip::Status> ipStatus, Pith::Ptr<const Kiv::Dir> matchListConfigDir,
+    Pith::Ptr<const Classification::AppRecognitionConfig> appRecConfig,
+    Pith::Ptr<const Classification::FieldSetConfig> fieldSetConfig,
+    Pith::Ptr<Classification::AppRecognitionStatus> appRecStatus,
+    Pith::Ptr<const HwCapability> hwCapability, RootDirSm* rootDirSm,
+    Pith::Ptr<const Acl::AclListConfig> aclListConfig,
+    Pith::Ptr<ActiveWorkManager> activeWorkManager);
+
+}  // namespace Firewall

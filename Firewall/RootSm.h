@@ -1,0 +1,216 @@
+// The main reactor of one enabled configuration source.
+//
+// It watches the source's Firewall::Config, the IP status, the versions of the application profiles
+// and the compiled services, and owns the reactors below: one for each usable VRF and one for the
+// L2 directory, which keep the segments, and a small one for each policy, service and class map,
+// which call back into the handlers here. Which of them are there, and the global switches, is
+// decided in RootSm.cpp; the handlers stand in a file for each subject:
+//
+//   RootSmRules.cpp        rule identifiers, installation and deletion of hardware rules
+//   RootSmPolicy.cpp       policies
+//   RootSmService.cpp      services, whose change recompiles the rules that name them
+//   RootSmAppProfile.cpp   application profiles, which become services
+//   RootSmClassMap.cpp     class maps: interfaces and VLAN ranges
+//
+// Before handleInitialized() has begun, handlers do nothing.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "Firewall/ActiveWorkManager.h"
+#include "Firewall/VrfSm.h"
+#include "framework/Kiv/Dir.h"
+#include "framework/Kiv/Reactor.h"
+#include "framework/Lanx/IntfId.h"
+#include "framework/Lanx/Prefix.h"
+#include "framework/Pith/Export.h"
+#include "framework/Pith/Ptr.h"
+#include "framework/Pith/String.h"
+#include "model/Acl/PrefixList.h"
+#include "model/Classification/AppRecognition.h"
+#include "model/Firewall/Config.h"
+#include "model/Firewall/HwCapability.h"
+#include "model/Firewall/HwConfig.h"
+#include "model/Interface/AllIntfStatusDir.h"
+#include "model/Ip/Status.h"
+#include "model/L3/VrfName.h"
+
+namespace Firewall {
+
+struct RootSmAttributes {
+  Pith::String configSource;
+  Pith::Ptr<const Kiv::Dir> fwConfigDir;
+  Pith::Ptr<const Config> inConfig;
+  Pith::Ptr<HwConfig> outFirewallConfig;
+  Pith::Ptr<Status> firewallStatus;
+  Pith::Ptr<const Interface::AllIntfStatusDir> intfStatusDir;
+  Pith::Ptr<const Ip::Status> ipStatus;
+  Pith::Ptr<const Kiv::Dir> matchListConfigDir;
+  Pith::Ptr<const Classification::AppRecognitionConfig> appRecConfig;
+  Pith::Ptr<const Classification::FieldSetConfig> fieldSetConfig;
+  Pith::Ptr<Classification::AppRecognitionStatus> appRecStatus;
+  Pith::Ptr<const HwCapability> hwCapability;
+  Pith::Ptr<const Acl::AclListConfig> aclListConfig;
+  Pith::Ptr<ActiveWorkManager> activeWorkManager;
+  KIV_FIELDS(configSource, fwConfigDir, inConfig, outFirewallConfig, firewallStatus, intfStatusDir,
+             ipStatus, matchListConfigDir, appRecConfig, fieldSetConfig, appRecStatus, hwCapability,
+             aclListConfig, activeWorkManager)
+};
+
+class PITH_EXPORT RootSm final : public Kiv::Reactor<RootSm, RootSmAttributes> {
+ public:
+  class PolicySm;
+  class ServiceSm;
+  class ClassMapSm;
+
+  // Watches the rules of one policy.
+  class PITH_EXPORT PolicySm final : public Kiv::NestedReactor<PolicySm, RootSm, Policy> {
+    KIV_NESTED_REACTOR(PolicySm, RootSm)
+    void handleNotifier();
+    void onAttribute(Pith::FieldId field, const void* key, const Pith::Change* change);
+  };
+
+  // Watches the version of one compiled service.
+  class PITH_EXPORT ServiceSm final : public Kiv::NestedReactor<ServiceSm, RootSm, FwService> {
+    KIV_NESTED_REACTOR(ServiceSm, RootSm)
+    void handleNotifier();
+    void onAttribute(Pith::FieldId field, const void* key, const Pith::Change* change);
+    void kiv_handleService_version();
+  };
+
+  // Watches the interfaces of one class map, and below it the VLAN ranges of each interface.
+  class PITH_EXPORT ClassMapSm final
+      : public Kiv::NestedReactor<ClassMapSm, RootSm, ClassMapFirewall> {
+   public:
+    class PITH_EXPORT NestedSm_IntfVlanData final
+        : public Kiv::NestedReactor<NestedSm_IntfVlanData, ClassMapSm, IntfVlanRangeSet> {
+      KIV_NESTED_REACTOR(NestedSm_IntfVlanData, ClassMapSm)
+      void handleNotifier() {}
+      void onAttribute(Pith::FieldId field, const void* key, const Pith::Change* change);
+      void kiv_handleIntfVlanData_vlanRange(const VlanRange& range);
+    };
+
+    KIV_NESTED_REACTOR(ClassMapSm, RootSm)
+    KIV_CHILD_REACTORS(NestedSm_IntfVlanData, intfVlanData, IntfVlanDataKeyFunktor, Lanx::IntfId,
+                       notifier()->intfId())
+
+    Pith::Ptr<NestedSm_IntfVlanData> intfVlanDataIs(const Pith::Ptr<const IntfVlanRangeSet>& data);
+    RootSm& rootSm() const noexcept { return owner(); }
+
+    void start(const Pith::Ptr<const ClassMapFirewall>& classMap);
+    void handleNotifier();
+    void onAttribute(Pith::FieldId field, const void* key, const Pith::Change* change);
+  };
+
+  KIV_REACTOR(RootSm)
+  KIV_CHILD_REACTORS(VrfSm, vrfSm, VrfSmKeyFunktor, Pith::String, attributes().vrfName)
+  KIV_CHILD_REACTOR(VrfSm, l2SegDirSm)
+  KIV_CHILD_REACTORS(PolicySm, policy, PolicyKeyFunktor, Pith::String, notifier()->name())
+  KIV_CHILD_REACTORS(ServiceSm, service, ServiceKeyFunktor, Pith::String, notifier()->name())
+  KIV_CHILD_REACTORS(ClassMapSm, classMap, ClassMapKeyFunktor, Pith::String, notifier()->name())
+
+  // The arguments of VrfSm in order.
+  template <class... Args>
+  Pith::Ptr<VrfSm> vrfSmIs(const Pith::String& name, Args&&... args) {
+    return vrfSm_.is(name, VrfSmAttributes{name, std::forward<Args>(args)...});
+  }
+  template <class... Args>
+  Pith::Ptr<VrfSm> l2SegDirSmIs(Args&&... args) {
+    auto child = l2SegDirSm_.is(VrfSmAttributes{std::forward<Args>(args)...});
+    child->hasNotificationActiveIs(true);
+    return child;
+  }
+  Pith::Ptr<PolicySm> policyIs(const Pith::Ptr<const Policy>& input);
+  Pith::Ptr<ServiceSm> serviceIs(const Pith::Ptr<const FwService>& input);
+  Pith::Ptr<ClassMapSm> classMapIs(const Pith::Ptr<const ClassMapFirewall>& input);
+
+  bool initialized() const noexcept { return initialized_; }
+
+  void inConfigDispatch(Pith::Publisher* publisher, Pith::Subscriber* subscriber,
+                        Pith::FieldId field, const void* key, const Pith::Change* change);
+  void ipStatusDispatch(Pith::Publisher* publisher, Pith::Subscriber* subscriber,
+                        Pith::FieldId field, const void* key, const Pith::Change* change);
+  void outFirewallConfigDispatch(Pith::Publisher* publisher, Pith::Subscriber* subscriber,
+                                 Pith::FieldId field, const void* key, const Pith::Change* change);
+  void appRecStatusDispatch(Pith::Publisher* publisher, Pith::Subscriber* subscriber,
+                            Pith::FieldId field, const void* key, const Pith::Change* change);
+
+  // The core (RootSm.cpp).
+  void handleInitialized();
+  void handleDefaultPolicyDrop();
+  void handleForwardingType();
+  void handleVrfConfig();
+  // RangeException when the name is too long for a VRF.
+  void handleVrfConfig(const Pith::String& name);
+  void handleVrf(const L3::VrfName& name);
+  void handleL2Config();
+  // Takes the VRFs and the L2 directory down. A second time it changes nothing.
+  void cleanup();
+
+  // Rules (RootSmRules.cpp).
+  bool addPolicyRule(const Pith::Ptr<const Policy>& inPolicy, std::uint32_t seqnum,
+                     const Lanx::IpGenPrefix& sip, const Lanx::IpGenPrefix& dip,
+                     Protocol::Optional protocol, PortRange dstPort, PortRange srcPort);
+  void addServicePolicyRules(const Pith::Ptr<const FwService>& fwService,
+                             const Pith::Ptr<const Policy>& inPolicy, std::uint32_t seqnum);
+  void deletePolicyRules(const Pith::Ptr<const Policy>& inPolicy, std::uint32_t seqnum);
+
+  // Policies (RootSmPolicy.cpp).
+  void handlePolicy();
+  void handlePolicy(const Pith::String& name);
+  void handlePolicyRules(const Pith::Ptr<const Policy>& inPolicy);
+  void handlePolicyRule(const Pith::Ptr<const Policy>& inPolicy, std::uint32_t seqnum);
+  void addPolicyRulesAll(const Pith::Ptr<const Policy>& inPolicy, std::uint32_t seqnum);
+
+  // Services (RootSmService.cpp).
+  void handleService(const Pith::String& name);
+  void handleServiceChange(const Pith::Ptr<const FwService>& fwService);
+  void deleteServicePolicyRules(const Pith::String& name);
+  bool hasRules(const Pith::Ptr<const FwService>& fwService) const;
+
+  // Application profiles (RootSmAppProfile.cpp).
+  void handleVersionForAppProfile(const Pith::String& name);
+
+  // Class maps (RootSmClassMap.cpp).
+  void handleClassMap();
+  void handleClassMap(const Pith::String& name);
+  void handleClassMapIntfs(const Pith::Ptr<const ClassMapFirewall>& inClassMap);
+  void handleClassMapIntf(const Pith::Ptr<const ClassMapFirewall>& inClassMap, Lanx::IntfId intf);
+  void addIntfSegmentAll(const Pith::String& className, Lanx::IntfId intf);
+  void deleteIntfSegmentAll(const Pith::String& className, Lanx::IntfId intf);
+  void handleIntfVlan(const Pith::Ptr<const ClassMapFirewall>& inClassMap,
+                      const Pith::Ptr<const IntfVlanRangeSet>& intfVlanData, VlanRange range);
+  void updateVlanSet(const Pith::Ptr<FwSegment>& fwSegment,
+                     const Pith::Ptr<const IntfVlanRangeSet>& intfVlanData);
+
+ private:
+  class RuleTarget;
+
+  explicit RootSm(RootSmAttributes attributes);
+  void start();
+
+  bool addPolicyRule(RuleTarget& target, const Lanx::IpGenPrefix& sip, const Lanx::IpGenPrefix& dip,
+                     Protocol::Optional protocol, PortRange dstPort, PortRange srcPort) const;
+  std::vector<Pith::Ptr<const Policy>> policiesOfOtherSources(const Pith::String& name) const;
+  void compileInstead(const std::vector<Pith::Ptr<const Policy>>& policies);
+
+  Kiv::Subscription<&RootSm::inConfigDispatch> inConfigSubscription_;
+  Kiv::Subscription<&RootSm::ipStatusDispatch> ipStatusSubscription_;
+  Kiv::Subscription<&RootSm::outFirewallConfigDispatch> outFirewallConfigSubscription_;
+  Kiv::Subscription<&RootSm::appRecStatusDispatch> appRecStatusSubscription_;
+  bool initialized_ = false;
+};
+
+PITH_EXPORT RootSm::Ptr rootSmFactory(
+    Pith::String configSource, Pith::Ptr<const Kiv::Dir> fwConfigDir,
+    Pith::Ptr<const Config> inConfig, Pith::Ptr<HwConfig> outFirewallConfig,
+    Pith::Ptr<Status> firewallStatus, Pith::Ptr<const Interface::AllIntfStatusDir> intfStatusDir,
+    Pith::Ptr<const Ip::Status> ipStatus, Pith::Ptr<const Kiv::Dir> matchListConfigDir,
+    Pith::Ptr<const Classification::AppRecognitionConfig> appRecConfig,
+    Pith::Ptr<const Classification::FieldSetConfig> fieldSetConfig,
+    Pith::Ptr<Classification::AppRecognitionStatus> appRecStatus,
+    Pith::Ptr<const HwCapability> hwCapability, Pith::Ptr<const Acl::AclListConfig> aclListConfig,
+    Pith::Ptr<ActiveWorkManager> activeWorkManager);
+
+}  // namespace Firewall

@@ -1,0 +1,91 @@
+// Services: their status, and the recompilation of the rules that name one that changed.
+#include "Firewall/RootSm.h"
+#include "Firewall/Trace.h"
+#include "framework/Kiv/Deferred.h"
+
+KIV_REACTOR_DEFINE(Firewall::RootSm::ServiceSm)
+
+namespace Firewall {
+
+namespace {
+
+// Calls use(policy, sequence number) for each rule that names the service: policy by policy, in
+// ascending order of sequence numbers. What a call changes is seen by those that follow.
+template <class Use>
+void eachRuleOfService(const Config& config, const Pith::String& service, const Use& use) {
+  for (auto rule = config.ruleOfService(service, {}); rule;
+       rule = config.ruleOfService(service, rule->place)) {
+    use(rule->policy, rule->place.seqnum);
+  }
+}
+
+}  // namespace
+
+void RootSm::handleService(const Pith::String& name) {
+  static constexpr Twinlog::Function fn("void Firewall::RootSm::handleService(const String&)");
+  TWINLOG_FN(facility, 8, fn, ": %s", name);
+  if (initialized_) {
+    if (outFirewallConfig->servicesHas(name)) {
+      if (firewallStatus) firewallStatus->serviceIs(name);
+    } else {
+      Kiv::Deferred steps;
+      steps.run([&] { deleteServicePolicyRules(name); });
+      steps.run([&] {
+        if (firewallStatus) firewallStatus->serviceDel(name);
+      });
+      steps.rethrow();
+    }
+  }
+  TWINLOG_FN(facility, 7, fn, " return ");
+}
+
+void RootSm::deleteServicePolicyRules(const Pith::String& name) {
+  static constexpr Twinlog::Function fn(
+      "void Firewall::RootSm::deleteServicePolicyRules(const String&)");
+  TWINLOG_FN(facility, 8, fn, ": %s", name);
+  Kiv::Deferred steps;
+  if (initialized_) {
+    eachRuleOfService(*inConfig, name, [&](const Policy::PtrConst& policy, std::uint32_t seqnum) {
+      steps.run([&] { deletePolicyRules(policy, seqnum); });
+    });
+  }
+  TWINLOG_FN(facility, 7, fn, " return");
+  steps.rethrow();
+}
+
+// Ports alone match nothing: they need a protocol.
+bool RootSm::hasRules(const Pith::Ptr<const FwService>& fwService) const {
+  return !fwService->srcIpPrefix().empty() || !fwService->dstIpPrefix().empty() ||
+         !fwService->protocol().empty();
+}
+
+void RootSm::handleServiceChange(const Pith::Ptr<const FwService>& fwService) {
+  static constexpr Twinlog::Function fn(
+      "void Firewall::RootSm::handleServiceChange(const PtrConst&)");
+  TWINLOG_FN(facility, 8, fn, ": %s", fwService);
+  if (!initialized_) return;
+  const Pith::Ptr<const FwService> service = fwService;
+  ActiveWorkManager::Handle work(activeWorkManager);
+  Kiv::Deferred steps;
+  steps.run([&] { deleteServicePolicyRules(service->name()); });
+  if (hasRules(service)) {
+    eachRuleOfService(*inConfig, service->name(),
+                      [&](const Policy::PtrConst& policy, std::uint32_t seqnum) {
+                        steps.run([&] { addServicePolicyRules(service, policy, seqnum); });
+                      });
+  }
+  steps.run([&] { work.handleDestroyed(); });
+  TWINLOG_FN(facility, 7, fn, " return ");
+  steps.rethrow();
+}
+
+void RootSm::ServiceSm::handleNotifier() { kiv_handleService_version(); }
+
+void RootSm::ServiceSm::onAttribute(Pith::FieldId field, const void* /*key*/,
+                                    const Pith::Change* /*change*/) {
+  if (field == FwService::versionField) kiv_handleService_version();
+}
+
+void RootSm::ServiceSm::kiv_handleService_version() { owner().handleServiceChange(notifier()); }
+
+}  // namespace Firewall

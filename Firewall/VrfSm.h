@@ -1,0 +1,146 @@
+// The reactor of one VRF of the configuration, or (with an empty name) of the L2 segment directory.
+//
+// It owns the output container of its segments, the *segment directory*: HwConfig.vrf[vrfName], or
+// HwConfig.l2Seg. It keeps one SegmentSM for each segment of the input, knows which of them are on
+// the subscriber side (they hold interfaces) and which on the service side, and attributes the
+// VRF's global prefixes to segments (VrfSmGlobalPrefix.cpp).
+#pragma once
+
+#include <cstdint>
+
+#include "Firewall/ActiveWorkManager.h"
+#include "Firewall/SegmentSM.h"
+#include "framework/Kiv/Collections.h"
+#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/Dir.h"
+#include "framework/Kiv/Reactor.h"
+#include "framework/Lanx/Prefix.h"
+#include "framework/Pith/Export.h"
+#include "framework/Pith/Ptr.h"
+#include "framework/Pith/String.h"
+#include "model/Firewall/Config.h"
+#include "model/Firewall/HwConfig.h"
+
+namespace Firewall {
+
+class RootSm;
+
+struct VrfSmAttributes {
+  Pith::String vrfName;  // empty for the L2 segment directory
+  Pith::Ptr<const Kiv::Dir> fwConfigDir;
+  Pith::Ptr<const Vrf> vrfConfig;  // null for the L2 segment directory
+  Pith::Ptr<const SegmentDir> inFirewall;
+  Pith::Ptr<const Config> inConfig;
+  Pith::Ptr<HwConfig> outFirewallConfig;
+  Pith::Ptr<const Interface::AllIntfStatusDir> intfStatusDir;
+  Pith::Ptr<const Ip::Status> ipStatus;
+  Pith::Ptr<const Kiv::Dir> matchListConfigDir;
+  RootSm* rootSm = nullptr;
+  Pith::Ptr<const HwCapability> hwCapability;
+  Pith::Ptr<const Acl::AclListConfig> aclListConfig;
+  Pith::Ptr<ActiveWorkManager> activeWorkManager;
+  KIV_FIELDS(vrfName, fwConfigDir, vrfConfig, inFirewall, inConfig, outFirewallConfig,
+             intfStatusDir, ipStatus, matchListConfigDir, rootSm, hwCapability, aclListConfig,
+             activeWorkManager)
+};
+
+class PITH_EXPORT VrfSm final : public Kiv::Reactor<VrfSm, VrfSmAttributes> {
+  KIV_REACTOR(VrfSm)
+  KIV_CHILD_REACTORS(SegmentSM, segmentSm, SegmentSmKeyFunktor, Pith::String,
+                     attributes().segmentName)
+
+  static constexpr bool cleanupOnDestruction = true;
+
+  // The arguments of SegmentSM in order, without the work manager, which is this one's.
+  template <class... Args>
+  Pith::Ptr<SegmentSM> segmentSmIs(const Pith::String& name, Args&&... args) {
+    return segmentSm_.is(name,
+                         SegmentSMAttributes{name, std::forward<Args>(args)..., activeWorkManager});
+  }
+
+  bool initialized() const noexcept { return initialized_; }
+
+  // Segments without interfaces.
+  const Kiv::HashSet<Pith::String>& serviceSideSegment() const noexcept {
+    return serviceSideSegment_;
+  }
+  void serviceSideSegmentIs(const Pith::String& name);
+  void serviceSideSegmentDel(const Pith::String& name);
+  void serviceSideSegmentDelAll();
+
+  // Segments with interfaces, each with a counter that changes at every report.
+  const Kiv::HashMap<Pith::String, std::uint16_t>& subcriberSideSegment() const noexcept {
+    return subcriberSideSegment_;
+  }
+  // The segment's counter; null when it is not on the subscriber side.
+  const std::uint16_t* subcriberSideSegment(const Pith::String& name) const;
+  // With another counter than before: handleSubcriberSideSegment(name).
+  void subcriberSideSegmentIs(const Pith::String& name, std::uint16_t counter);
+  // True when there was an entry; then handleSubcriberSideSegment(name).
+  bool subcriberSideSegmentDel(const Pith::String& name);
+  void subcriberSideSegmentDelAll();
+
+  void vrfConfigDispatch(Pith::Publisher* publisher, Pith::Subscriber* subscriber,
+                         Pith::FieldId field, const void* key, const Pith::Change* change);
+  void inFirewallDispatch(Pith::Publisher* publisher, Pith::Subscriber* subscriber,
+                          Pith::FieldId field, const void* key, const Pith::Change* change);
+  void hwCapabilityDispatch(Pith::Publisher* publisher, Pith::Subscriber* subscriber,
+                            Pith::FieldId field, const void* key, const Pith::Change* change);
+
+  void handleInitialized();
+  void handleSegment();
+  void handleSegment(const Pith::String& name);
+  void handleSubcriberSideSegment(const Pith::String& name);
+  void handleForwardingSegmentsPolicySupported();
+  // Takes the segments down and, when no other enabled source holds the VRF, its output. A second
+  // time it changes nothing.
+  void cleanup();
+
+  // Global prefixes (VrfSmGlobalPrefix.cpp).
+  void handleGlobalPrefix(const Lanx::IpGenPrefix& prefix);
+  void processGlobalPrefix(const Pith::Ptr<const Vrf>& vrf, bool configured,
+                           const Lanx::IpGenPrefix& prefix);
+  void processGlobalPrefixesForSegment(const Pith::String& segmentName);
+  void updateOrRemoveGlobalPrefix(const Lanx::IpGenPrefix& prefix, const Pith::String& segmentName);
+  // The first segment by name that holds the prefix locally; empty when none does.
+  Pith::String getSegmentForMatchListPrefix(const Lanx::IpGenPrefix& prefix) const;
+  // The segment that the enabled sources' global prefixes give it; empty when none does.
+  Pith::String getGlobalPrefixSegment(const Lanx::IpGenPrefix& prefix) const;
+
+ private:
+  explicit VrfSm(VrfSmAttributes attributes);
+  void start();
+
+  // The output container of the segments; null while the output is cleared.
+  Pith::Ptr<FwSegmentDir> segmentDirectory() const;
+  // Brings what an earlier run left in line with the configuration.
+  void reconcile(const Pith::Ptr<FwVrf>& fwVrf) const;
+  void replayGlobalPrefixes(FwVrf& fwVrf) const;
+  void takeDown(const Pith::Ptr<SegmentSM>& child, Kiv::Deferred& steps);
+  template <class Visit>
+  void eachServiceSideSegment(const Visit& visit) const;
+  bool isHeldByOtherSource() const;
+  // This source lets go of a global prefix, which may be another enabled source's as well.
+  void releaseGlobalPrefix(const Lanx::IpGenPrefix& prefix);
+
+  Kiv::Subscription<&VrfSm::vrfConfigDispatch> vrfConfigSubscription_;
+  Kiv::Subscription<&VrfSm::inFirewallDispatch> inFirewallSubscription_;
+  Kiv::Subscription<&VrfSm::hwCapabilityDispatch> hwCapabilitySubscription_;
+  Kiv::HashMap<Pith::String, std::uint16_t> subcriberSideSegment_;
+  Kiv::HashSet<Pith::String> serviceSideSegment_;
+  bool initialized_ = false;
+};
+
+PITH_EXPORT VrfSm::Ptr vrfSmFactory(Pith::String vrfName, Pith::Ptr<const Kiv::Dir> fwConfigDir,
+                                    Pith::Ptr<const Vrf> vrfConfig,
+                                    Pith::Ptr<const SegmentDir> inFirewall,
+                                    Pith::Ptr<const Config> inConfig,
+                                    Pith::Ptr<HwConfig> outFirewallConfig,
+                                    Pith::Ptr<const Interface::AllIntfStatusDir> intfStatusDir,
+                                    Pith::Ptr<const Ip::Status> ipStatus,
+                                    Pith::Ptr<const Kiv::Dir> matchListConfigDir, RootSm* rootSm,
+                                    Pith::Ptr<const HwCapability> hwCapability,
+                                    Pith::Ptr<const Acl::AclListConfig> aclListConfig,
+                                    Pith::Ptr<ActiveWorkManager> activeWorkManager);
+
+}  // namespace Firewall

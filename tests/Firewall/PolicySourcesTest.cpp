@@ -1,0 +1,160 @@
+// Policies of one name, and links to policies, over several configuration sources.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/Firewall/RulesSupport.h"
+
+namespace {
+
+using Firewall::Action;
+using Firewall::Config;
+using Firewall::Policy;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class PolicySourcesTest : public TestSupport::RulesFixture {
+ protected:
+  void SetUp() override {
+    RulesFixture::SetUp();
+    service("icmp", 1);
+    service("gre", 47);
+    sw().recorder.take();
+  }
+
+  Config::Ptr source(const char* name) {
+    const auto config = sw().source(name);
+    config->enabledIs(true);
+    return config;
+  }
+  static void rule(const Config::Ptr& config, std::uint32_t seqnum, const char* service,
+                   Action action = Action::forward) {
+    config->policyIs("web")->ruleIs(seqnum, Pith::String(service), action);
+  }
+  // A segment of the default VRF that names the policy both ways.
+  static void name(const Config::Ptr& config, const char* segment, const char* policy) {
+    const auto directory = config->vrfIs("default");
+    directory->segmentIs("source");
+    const auto named = directory->segmentIs(segment);
+    named->policyIs("source", policy);
+    named->fallbackPolicyIs(policy);
+  }
+  Firewall::FwSegment::Ptr segment(const char* name) {
+    return sw().hwConfig->vrf("default")->segment(name);
+  }
+};
+
+TEST_F(PolicySourcesTest, PolicyThatLeavesOneSourceIsCompiledFromTheOther) {
+  const auto cli = source("cli");
+  const auto api = source("api");
+  rule(api, 10, "gre");
+  rule(api, 20, "gre", Action::redirect);
+  rule(cli, 10, "icmp");
+  rule(cli, 30, "icmp");
+  const auto out = fwPolicy("web");
+  EXPECT_THAT(lines("web"), ElementsAre("10/1 unset > unset 1 0-65535 < 0-65535 forward",
+                                        "20/1 unset > unset 47 0-65535 < 0-65535 redirect",
+                                        "30/1 unset > unset 1 0-65535 < 0-65535 forward"));
+  cli->policyDel("web");
+  EXPECT_EQ(fwPolicy("web"), out);
+  EXPECT_THAT(lines("web"), ElementsAre("10/1 unset > unset 47 0-65535 < 0-65535 forward",
+                                        "20/1 unset > unset 47 0-65535 < 0-65535 redirect"));
+  EXPECT_FALSE(sw().rootSm("cli")->policyHas("web"));
+  EXPECT_TRUE(sw().rootSm("api")->policyHas("web"));
+}
+
+TEST_F(PolicySourcesTest, UnexpandedRulesOfThePolicyThatLeftGoToo) {
+  sw().hwCapability->serviceRuleSupportedIs(true);
+  const auto cli = source("cli");
+  const auto api = source("api");
+  rule(api, 10, "gre");
+  rule(cli, 30, "icmp");
+  rule(cli, 2000, "icmp");
+  cli->policyDel("web");
+  ASSERT_EQ(fwPolicy("web")->serviceRule().size(), 1U);
+  EXPECT_TRUE(fwPolicy("web")->serviceRuleHas(10));
+}
+
+TEST_F(PolicySourcesTest, LinksStayWhileAnyEnabledSourceHasThePolicy) {
+  const auto cli = source("cli");
+  const auto api = source("api");
+  rule(cli, 10, "icmp");
+  rule(api, 10, "icmp");
+  name(cli, "a", "web");
+  name(api, "b", "web");
+  sw().recorder.take();
+  cli->policyDel("web");
+  EXPECT_THAT(sw().recorder.takeBelow("vrf"), IsEmpty());
+  for (const char* each : {"a", "b"}) {
+    EXPECT_EQ(segment(each)->fallbackPolicy(), fwPolicy("web"));
+    EXPECT_EQ(segment(each)->fromSegment("source")->policy, fwPolicy("web"));
+  }
+}
+
+TEST_F(PolicySourcesTest, PolicyOfADisabledSourceDoesNotKeepTheOutput) {
+  const auto cli = source("cli");
+  const auto api = sw().source("api");
+  rule(cli, 10, "icmp");
+  rule(api, 10, "gre");
+  EXPECT_THAT(lines("web"), ElementsAre("10/1 unset > unset 1 0-65535 < 0-65535 forward"));
+  cli->policyDel("web");
+  EXPECT_FALSE(sw().hwConfig->policyHas("web"));
+}
+
+TEST_F(PolicySourcesTest, SeveralRemainingSourcesAreCompiledInTheDirectorysOrder) {
+  const auto cli = source("cli");
+  const auto first = source("first");
+  const auto second = source("second");
+  rule(second, 10, "gre", Action::redirect);
+  rule(second, 20, "gre", Action::redirect);
+  rule(first, 10, "icmp");
+  rule(first, 15, "icmp");
+  rule(cli, 10, "icmp", Action::drop);
+  cli->policyDel("web");
+  EXPECT_THAT(lines("web"), ElementsAre("10/1 unset > unset 47 0-65535 < 0-65535 redirect",
+                                        "15/1 unset > unset 1 0-65535 < 0-65535 forward",
+                                        "20/1 unset > unset 47 0-65535 < 0-65535 redirect"));
+}
+
+TEST_F(PolicySourcesTest, ThePolicyGoesWithItsLastSource) {
+  const auto cli = source("cli");
+  const auto api = source("api");
+  rule(cli, 10, "icmp");
+  rule(api, 10, "icmp");
+  cli->policyDel("web");
+  api->policyDel("web");
+  EXPECT_FALSE(sw().hwConfig->policyHas("web"));
+}
+
+TEST_F(PolicySourcesTest, RuleThatLeavesOneSourceIsCompiledFromTheOther) {
+  const auto cli = source("cli");
+  const auto api = source("api");
+  rule(api, 10, "gre");
+  rule(cli, 10, "icmp");
+  cli->policy("web")->ruleDel(10);
+  EXPECT_THAT(lines("web"), ElementsAre("10/1 unset > unset 47 0-65535 < 0-65535 forward"));
+  api->policy("web")->ruleDel(10);
+  EXPECT_THAT(lines("web"), IsEmpty());
+}
+
+TEST_F(PolicySourcesTest, RuleThatLeavesIsNotCompiledFromADisabledSource) {
+  const auto cli = source("cli");
+  rule(sw().source("api"), 10, "gre");
+  rule(cli, 10, "icmp");
+  cli->policy("web")->ruleDel(10);
+  EXPECT_THAT(lines("web"), IsEmpty());
+}
+
+TEST_F(PolicySourcesTest, PolicyOfOneSourceIsLinkedToTheSegmentsOfAnotherAndUnlinked) {
+  const auto cli = source("cli");
+  const auto api = source("api");
+  name(cli, "a", "web");
+  EXPECT_FALSE(segment("a")->fallbackPolicy());
+  rule(api, 10, "icmp");
+  EXPECT_EQ(segment("a")->fallbackPolicy(), fwPolicy("web"));
+  EXPECT_EQ(segment("a")->fromSegment("source")->policy, fwPolicy("web"));
+  api->policyDel("web");
+  EXPECT_FALSE(segment("a")->fallbackPolicy());
+  EXPECT_TRUE(segment("a")->fromSegment().empty());
+}
+
+}  // namespace

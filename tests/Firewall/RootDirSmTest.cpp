@@ -1,0 +1,363 @@
+// Activation: sources come and go, any enabled one makes the output active.
+#include "Firewall/RootDirSm.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "framework/Kiv/Errors.h"
+#include "framework/Kiv/Inspector.h"
+#include "framework/Pith/Publisher.h"
+#include "tests/support/FullConfiguration.h"
+#include "tests/support/Reinstantiation.h"
+#include "tests/support/Switch.h"
+#include "tests/support/TraceCapture.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using TestSupport::TraceCapture;
+
+class RootDirSmTest : public TestSupport::SwitchTest {};
+
+const auto begun = "~ updateInProgress = true";
+const auto done = "~ updateInProgress = false";
+
+TEST_F(RootDirSmTest, EmptyDirectoryGivesAnEmptyInactiveOutputAtRest) {
+  sw().start();
+  EXPECT_FALSE(sw().hwConfig->active());
+  EXPECT_FALSE(sw().hwConfig->updateInProgress());
+  EXPECT_TRUE(sw().root->initialized());
+  EXPECT_TRUE(sw().root->rootFeatureSm().empty());
+  EXPECT_FALSE(sw().root->appRecogConfigSm());
+  EXPECT_THAT(sw().recorder.take(), ElementsAre(begun, done));
+}
+
+TEST_F(RootDirSmTest, StartClearsWhatTheOutputHolds) {
+  sw().hwConfig->activeIs(true);
+  sw().hwConfig->vrfIs("red")->segmentIs("a");
+  sw().hwConfig->policyIs("p");
+  sw().hwConfig->l2SegIs("l2SegDir");
+  sw().hwConfig->servicesIs("s");
+  sw().firewallStatus->serviceIs("s");
+  sw().recorder.take();
+  sw().start();
+  EXPECT_THAT(sw().recorder.take(), ElementsAre(begun, "~ active = false", "- vrf/red",
+                                                "- policy/p", "- l2Seg", "- services/s", done));
+  EXPECT_TRUE(sw().firewallStatus->service().empty());
+}
+
+TEST_F(RootDirSmTest, SourcesThatExistAtStartAreReplayedInDirectoryOrder) {
+  for (const char* name : {"zebra", "ant"}) sw().source(name)->enabledIs(true);
+  const TraceCapture traces(5);
+  sw().start();
+  std::vector<std::string> created;
+  for (const auto& record : traces.records()) {
+    if (record.text.starts_with(" Creating RootSm: ")) created.push_back(record.text);
+  }
+  EXPECT_THAT(created, ElementsAre(" Creating RootSm: zebra", " Creating RootSm: ant"));
+  EXPECT_TRUE(sw().hwConfig->active());
+}
+
+TEST_F(RootDirSmTest, EnablingAndDisablingTheOnlySourceWritesInOrder) {
+  const auto cli = sw().source("cli");
+  sw().start();
+  sw().recorder.take();
+  cli->enabledIs(true);
+  EXPECT_THAT(sw().recorder.take(),
+              ElementsAre(begun, "~ defaultPolicyDrop = true", done, "~ active = true"));
+  cli->enabledIs(false);
+  EXPECT_THAT(sw().recorder.take(), ElementsAre("~ active = false", begun, done));
+}
+
+TEST_F(RootDirSmTest, OneOfTwoSourcesEnabledIsActiveAndDisablingItClearsTheWholeOutput) {
+  TestSupport::shareConfiguration(sw());
+  const auto cli = TestSupport::fullSource(sw(), "cli");
+  TestSupport::fullSource(sw(), "api");
+  sw().start();
+  cli->enabledIs(true);
+  EXPECT_TRUE(sw().hwConfig->active());
+  EXPECT_EQ(sw().hwConfig->vrf().size(), 3U);
+  EXPECT_EQ(sw().hwConfig->services().size(), 3U);
+  EXPECT_EQ(sw().firewallStatus->service().size(), 3U);
+  EXPECT_TRUE(sw().hwConfig->l2Seg());
+  sw().checkAtRest();
+  cli->enabledIs(false);
+  EXPECT_FALSE(sw().hwConfig->active());
+  EXPECT_TRUE(sw().hwConfig->vrf().empty());
+  EXPECT_TRUE(sw().hwConfig->policy().empty());
+  EXPECT_FALSE(sw().hwConfig->l2Seg());
+  EXPECT_TRUE(sw().hwConfig->services().empty());
+  EXPECT_TRUE(sw().firewallStatus->service().empty());
+  sw().checkAtRest();
+}
+
+TEST_F(RootDirSmTest, RemovingAnEnabledSourceReEvaluatesThroughItsChild) {
+  sw().source("cli")->enabledIs(true);
+  sw().source("api")->enabledIs(true);
+  sw().start();
+  sw().fwConfigDir->entityDel("cli");
+  EXPECT_TRUE(sw().hwConfig->active());
+  EXPECT_FALSE(sw().root->rootFeatureSmHas("cli"));
+  sw().fwConfigDir->entityDel("api");
+  EXPECT_FALSE(sw().hwConfig->active());
+  EXPECT_FALSE(sw().root->appRecogConfigSm());
+  EXPECT_TRUE(sw().root->rootFeatureSm().empty());
+}
+
+TEST_F(RootDirSmTest, RemovingADisabledSourceDoesNotEvaluate) {
+  sw().source("cli");
+  sw().start();
+  sw().recorder.take();
+  const TraceCapture traces;
+  sw().fwConfigDir->entityDel("cli");
+  EXPECT_THAT(sw().recorder.take(), IsEmpty());
+  for (const auto& record : traces.records()) {
+    EXPECT_NE(record.function, "evaluateHwConfigEnableStatus");
+  }
+}
+
+TEST_F(RootDirSmTest, DisabledSourceAddedBesideAnEnabledOneKeepsActive) {
+  sw().source("cli")->enabledIs(true);
+  sw().start();
+  sw().recorder.take();
+  sw().source("api");
+  EXPECT_TRUE(sw().hwConfig->active());
+  EXPECT_THAT(sw().recorder.take(), IsEmpty());
+  EXPECT_TRUE(sw().root->rootFeatureSmHas("api"));
+}
+
+TEST_F(RootDirSmTest, EntryOfAnotherTypeIsNoSource) {
+  sw().fwConfigDir->newEntity<Firewall::Status>("other");
+  sw().start();
+  EXPECT_TRUE(sw().root->rootFeatureSm().empty());
+  sw().source("cli")->enabledIs(true);
+  EXPECT_TRUE(sw().root->rootFeatureSmHas("cli"));
+  sw().fwConfigDir->newEntity<Firewall::Status>("cli");
+  EXPECT_FALSE(sw().root->rootFeatureSmHas("cli"));
+  EXPECT_FALSE(sw().hwConfig->active());
+}
+
+TEST_F(RootDirSmTest, SourceReplacedUnderItsNameGetsANewChild) {
+  sw().source("cli")->enabledIs(true);
+  sw().start();
+  const auto replacement = sw().fwConfigDir->newEntity<Firewall::Config>("cli");
+  const auto after = sw().root->rootFeatureSm("cli");
+  ASSERT_TRUE(after);
+  EXPECT_EQ(after->attributes().inConfig, replacement);
+  EXPECT_FALSE(sw().hwConfig->active());
+  replacement->enabledIs(true);
+  EXPECT_TRUE(sw().hwConfig->active());
+}
+
+TEST_F(RootDirSmTest, ApplicationRecognitionExistsExactlyWhileASourceIsEnabled) {
+  const auto cli = sw().source("cli");
+  const auto api = sw().source("api");
+  sw().start();
+  EXPECT_FALSE(sw().root->appRecogConfigSm());
+  cli->enabledIs(true);
+  const auto sibling = sw().root->appRecogConfigSm();
+  ASSERT_TRUE(sibling);
+  EXPECT_TRUE(sibling->hasNotificationActive());
+  api->enabledIs(true);
+  EXPECT_EQ(sw().root->appRecogConfigSm(), sibling);
+  cli->enabledIs(false);
+  EXPECT_EQ(sw().root->appRecogConfigSm(), sibling);
+  api->enabledIs(false);
+  EXPECT_FALSE(sw().root->appRecogConfigSm());
+  EXPECT_FALSE(sibling->hasNotificationActive());
+}
+
+TEST_F(RootDirSmTest, SuppressedItIgnoresTheDirectory) {
+  sw().start();
+  sw().root->kivDoZombieReactors(true);
+  sw().source("cli");
+  EXPECT_FALSE(sw().root->rootFeatureSmHas("cli"));
+  sw().root->kivDoZombieReactors(false);
+  sw().source("api");
+  EXPECT_TRUE(sw().root->rootFeatureSmHas("api"));
+  sw().root->hasNotificationActiveIs(false);
+  sw().source("third");
+  EXPECT_FALSE(sw().root->rootFeatureSmHas("third"));
+}
+
+TEST_F(RootDirSmTest, CleanupTakesTheSourcesDownAndEmptiesTheOutput) {
+  TestSupport::shareConfiguration(sw());
+  TestSupport::fullSource(sw(), "cli")->enabledIs(true);
+  sw().start();
+  sw().root->cleanup();
+  EXPECT_TRUE(sw().root->rootFeatureSm().empty());
+  EXPECT_FALSE(sw().hwConfig->active());
+  EXPECT_TRUE(sw().hwConfig->vrf().empty());
+  EXPECT_TRUE(sw().hwConfig->policy().empty());
+  sw().checkAtRest();
+}
+
+TEST_F(RootDirSmTest, SecondCleanupChangesNothingAndNoSourceComesBack) {
+  sw().source("cli")->enabledIs(true);
+  sw().start();
+  sw().root->cleanup();
+  sw().recorder.take();
+  sw().root->cleanup();
+  sw().source("late")->enabledIs(true);
+  EXPECT_THAT(sw().recorder.take(), IsEmpty());
+  EXPECT_TRUE(sw().root->rootFeatureSm().empty());
+}
+
+TEST_F(RootDirSmTest, DroppedWithoutCleanupItLeavesNoReactorBehind) {
+  TestSupport::shareConfiguration(sw());
+  TestSupport::fullSource(sw(), "cli")->enabledIs(true);
+  sw().start();
+  sw().root = nullptr;
+  EXPECT_FALSE(sw().hwConfig->updateInProgress());
+  sw().source("cli")->enabledIs(false);
+  EXPECT_EQ(sw().fwConfigDir->publisher().subscriberCount(), 0U);
+}
+
+TEST_F(RootDirSmTest, EveryReferenceOfAChildIsComparedWhenItIsAskedForAgain) {
+  sw().source("cli");
+  sw().start();
+  const auto child = sw().root->rootFeatureSm("cli");
+  TestSupport::expectEachReferenceChecked(
+      "Firewall::RootFeatureEnableSm", child->attributes(),
+      [this](const Firewall::RootFeatureEnableSmAttributes& a) {
+        sw().root->rootFeatureSmIs("cli", a.fwConfigDir, a.inConfig, a.outFirewallConfig,
+                                   a.firewallStatus, a.intfStatusDir, a.ipStatus,
+                                   a.matchListConfigDir, a.appRecConfig, a.fieldSetConfig,
+                                   a.appRecStatus, a.hwCapability, a.rootDirSm, a.aclListConfig);
+      },
+      {"activeWorkManager"});
+  EXPECT_EQ(sw().root->rootFeatureSm("cli"), child);
+}
+
+TEST_F(RootDirSmTest, WorkManagerIsCreatedOnceAndForOneOutput) {
+  sw().start();
+  const auto manager = sw().root->activeWorkManager();
+  ASSERT_TRUE(manager);
+  EXPECT_EQ(sw().root->activeWorkManagerIs(sw().hwConfig), manager);
+  EXPECT_THROW(sw().root->activeWorkManagerIs(Kiv::make<Firewall::HwConfig>()),
+               Kiv::ReinstantiationError);
+  sw().source("cli")->enabledIs(true);
+  EXPECT_EQ(sw().rootSm("cli")->attributes().activeWorkManager, manager);
+}
+
+TEST_F(RootDirSmTest, TracesItsDecisions) {
+  sw().start();
+  const TraceCapture traces;
+  sw().source("cli")->enabledIs(true);
+  EXPECT_TRUE(traces.saw(8, "handleConfigurationSource", " Source: cli"));
+  EXPECT_TRUE(traces.saw(8, "evaluateHwConfigEnableStatus", ": "));
+  EXPECT_TRUE(traces.saw(5, "evaluateHwConfigEnableStatus", " Setting active status: true"));
+  sw().source("cli")->enabledIs(false);
+  EXPECT_TRUE(traces.saw(5, "evaluateHwConfigEnableStatus", " Setting active status: false"));
+}
+
+TEST_F(RootDirSmTest, TracesInitialisationAndCleanup) {
+  const TraceCapture traces;
+  sw().start();
+  sw().root->cleanup();
+  sw().root->cleanup();
+  EXPECT_EQ(traces.count(8, "handleInitialized", ": "), 1U);
+  EXPECT_EQ(traces.count(8, "cleanup", ": "), 2U);
+  EXPECT_EQ(traces.count(7, "cleanup", " return "), 1U);
+}
+
+// Reads the whole output at each notification, as a hardware agent may.
+class Reader {
+ public:
+  explicit Reader(const Firewall::HwConfig::Ptr& hwConfig) : hwConfig_(hwConfig) {
+    hwConfig->publisher().subscriberAdd(subscriber_);
+  }
+  std::size_t reads = 0;
+
+ private:
+  static void dispatch(void* self, Pith::Publisher*, Pith::Subscriber*, Pith::FieldId, const void*,
+                       const Pith::Change*) {
+    auto* const reader = static_cast<Reader*>(self);
+    Kiv::Inspector(*reader->hwConfig_).each([](std::string_view, std::string_view) {});
+    ++reader->reads;
+  }
+  Firewall::HwConfig::Ptr hwConfig_;
+  Pith::Subscriber subscriber_{this, &dispatch};
+};
+
+TEST_F(RootDirSmTest, SubscriberMayReadTheWholeOutputAtEachNotification) {
+  const Reader reader(sw().hwConfig);
+  TestSupport::shareConfiguration(sw());
+  const auto cli = TestSupport::fullSource(sw(), "cli");
+  sw().start();
+  for (int round = 0; round < 2; ++round) {
+    cli->enabledIs(true);
+    cli->enabledIs(false);
+  }
+  EXPECT_GT(reader.reads, 20U);
+}
+
+// All sequences of a few steps over three sources.
+struct Source {
+  bool there = false;
+  bool enabled = false;
+};
+using Sources = std::array<Source, 3>;
+constexpr std::array<const char*, 3> names = {"a", "b", "c"};
+
+class RootDirSmOrderTest : public RootDirSmTest {
+ protected:
+  void check(const Sources& sources) {
+    bool active = false;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      active = active || (sources[i].there && sources[i].enabled);
+      ASSERT_EQ(sw().root->rootFeatureSmHas(names[i]), sources[i].there);
+      const auto child = sw().root->rootFeatureSm(names[i]);
+      ASSERT_EQ(child && child->rootSm(), sources[i].there && sources[i].enabled);
+    }
+    ASSERT_EQ(sw().hwConfig->active(), active);
+    ASSERT_EQ(static_cast<bool>(sw().root->appRecogConfigSm()), active);
+    ASSERT_EQ(sw().hwConfig->vrf().size(), active ? 1U : 0U);
+    ASSERT_FALSE(sw().hwConfig->updateInProgress());
+    ASSERT_EQ(sw().root->activeWorkManager()->activeHandles(), 0U);
+  }
+
+  void eachSequence(Sources& sources, int left) {
+    check(sources);
+    if (left == 0 || HasFatalFailure()) return;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      const Source before = sources[i];
+      if (before.there) {
+        const auto config = sw().source(names[i]);
+        config->enabledIs(!before.enabled);
+        sources[i].enabled = !before.enabled;
+        eachSequence(sources, left - 1);
+        config->enabledIs(before.enabled);
+        sw().fwConfigDir->entityDel(names[i]);
+        sources[i] = {};
+        eachSequence(sources, left - 1);
+        add(i, before.enabled);
+      } else {
+        add(i, false);
+        sources[i].there = true;
+        eachSequence(sources, left - 1);
+        sw().fwConfigDir->entityDel(names[i]);
+      }
+      sources[i] = before;
+    }
+  }
+
+  void add(std::size_t i, bool enabled) {
+    const auto config = sw().source(names[i]);
+    config->vrfIs("default")->segmentIs("users");
+    config->enabledIs(enabled);
+  }
+};
+
+TEST_F(RootDirSmOrderTest, ThreeSourcesAddedEnabledDisabledAndRemovedInEveryOrder) {
+  sw().start();
+  Sources sources;
+  eachSequence(sources, 5);
+}
+
+}  // namespace

@@ -1,0 +1,249 @@
+// One source: while it is enabled there is a RootSm for it.
+#include "Firewall/RootFeatureEnableSm.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "framework/Pith/Publisher.h"
+#include "tests/support/FullConfiguration.h"
+#include "tests/support/Reinstantiation.h"
+#include "tests/support/Switch.h"
+#include "tests/support/TraceCapture.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using TestSupport::TraceCapture;
+
+class RootFeatureEnableSmTest : public TestSupport::SwitchTest {
+ protected:
+  // The functions that traced, in order, without repeats of the same one.
+  static std::vector<std::string> functions(const TraceCapture& traces,
+                                            const std::vector<std::string>& wanted) {
+    std::vector<std::string> seen;
+    for (const auto& record : traces.records()) {
+      if (std::find(wanted.begin(), wanted.end(), record.function) == wanted.end()) continue;
+      if (record.level != 8) continue;
+      seen.push_back(record.function);
+    }
+    return seen;
+  }
+};
+
+TEST_F(RootFeatureEnableSmTest, SourceDisabledFromTheStartGetsNoRootSmAndNoEvaluation) {
+  sw().source("cli");
+  const TraceCapture traces;
+  sw().start();
+  ASSERT_TRUE(sw().root->rootFeatureSm("cli"));
+  EXPECT_TRUE(sw().root->rootFeatureSm("cli")->initialized());
+  EXPECT_FALSE(sw().rootSm("cli"));
+  EXPECT_TRUE(traces.saw(8, "handleFeatureStatus", " enabled: false"));
+  EXPECT_THAT(functions(traces, {"evaluateHwConfigEnableStatus"}), IsEmpty());
+}
+
+TEST_F(RootFeatureEnableSmTest, EnablingTwiceInARowKeepsOneRootSmAndOnlyReEvaluates) {
+  sw().source("cli")->enabledIs(true);
+  sw().start();
+  const auto feature = sw().root->rootFeatureSm("cli");
+  const auto rootSm = feature->rootSm();
+  ASSERT_TRUE(rootSm);
+  sw().recorder.take();
+  const TraceCapture traces;
+  feature->handleFeatureStatus();
+  EXPECT_EQ(feature->rootSm(), rootSm);
+  EXPECT_THAT(sw().recorder.take(), IsEmpty());
+  EXPECT_THAT(functions(traces, {"handleFeatureStatus", "evaluateHwConfigEnableStatus",
+                                 "handleInitialized"}),
+              ElementsAre("handleFeatureStatus", "evaluateHwConfigEnableStatus"));
+}
+
+TEST_F(RootFeatureEnableSmTest, EnablingCreatesTheRootSmBeforeTheEvaluation) {
+  const auto cli = sw().source("cli");
+  sw().start();
+  const TraceCapture traces;
+  cli->enabledIs(true);
+  EXPECT_TRUE(traces.saw(8, "handleFeatureStatus", " enabled: true"));
+  EXPECT_TRUE(traces.saw(5, "handleFeatureStatus", " Creating RootSm: cli"));
+  EXPECT_THAT(
+      functions(traces,
+                {"handleFeatureStatus", "handleInitialized", "evaluateHwConfigEnableStatus"}),
+      ElementsAre("handleFeatureStatus", "handleInitialized", "evaluateHwConfigEnableStatus"));
+  EXPECT_TRUE(sw().rootSm("cli")->hasNotificationActive());
+}
+
+TEST_F(RootFeatureEnableSmTest, DisablingEvaluatesWhileTheRootSmStillExistsThenCleansUp) {
+  const auto cli = sw().source("cli");
+  cli->enabledIs(true);
+  sw().start();
+  const auto rootSm = sw().rootSm("cli");
+  const TraceCapture traces;
+  cli->enabledIs(false);
+  EXPECT_TRUE(traces.saw(5, "handleFeatureStatus", " Deleting RootSm: cli"));
+  EXPECT_THAT(functions(traces, {"handleFeatureStatus", "evaluateHwConfigEnableStatus", "cleanup"}),
+              ElementsAre("handleFeatureStatus", "evaluateHwConfigEnableStatus", "cleanup"));
+  EXPECT_FALSE(sw().rootSm("cli"));
+  EXPECT_FALSE(rootSm->hasNotificationActive());
+}
+
+TEST_F(RootFeatureEnableSmTest, DisabledWithoutRootSmReturnsAtOnce) {
+  sw().source("cli");
+  sw().start();
+  const TraceCapture traces;
+  sw().root->rootFeatureSm("cli")->handleFeatureStatus();
+  ASSERT_EQ(traces.records().size(), 1U);
+  EXPECT_TRUE(traces.saw(8, "handleFeatureStatus", " enabled: false"));
+}
+
+TEST_F(RootFeatureEnableSmTest, CleanupOfTheLastSourceRunsAgainstAnEmptiedOutput) {
+  TestSupport::shareConfiguration(sw());
+  const auto cli = TestSupport::fullSource(sw(), "cli");
+  sw().start();
+  cli->enabledIs(true);
+  sw().recorder.take();
+  cli->enabledIs(false);
+  std::vector<std::string> kinds;
+  for (const std::string& line : sw().recorder.take()) {
+    EXPECT_NE(line[0], '+') << "came back: " << line;
+    if (line.starts_with("~ updateInProgress") || line.starts_with("~ active")) {
+      kinds.push_back(line);
+    }
+  }
+  EXPECT_EQ(kinds.front(), "~ active = false");
+  EXPECT_EQ(kinds.back(), "~ updateInProgress = false");
+  EXPECT_TRUE(sw().hwConfig->vrf().empty());
+  EXPECT_TRUE(sw().hwConfig->policy().empty());
+  EXPECT_TRUE(sw().hwConfig->services().empty());
+  EXPECT_FALSE(sw().hwConfig->l2Seg());
+  sw().checkAtRest();
+}
+
+TEST_F(RootFeatureEnableSmTest, DeletingTheEnabledEntryTearsTheRootSmDownAndReEvaluates) {
+  TestSupport::shareConfiguration(sw());
+  TestSupport::fullSource(sw(), "cli")->enabledIs(true);
+  sw().start();
+  EXPECT_EQ(sw().hwConfig->vrf().size(), 3U);
+  const TraceCapture traces;
+  sw().fwConfigDir->entityDel("cli");
+  EXPECT_FALSE(sw().hwConfig->active());
+  EXPECT_TRUE(sw().hwConfig->vrf().empty());
+  EXPECT_TRUE(sw().hwConfig->policy().empty());
+  EXPECT_TRUE(traces.saw(5, "evaluateHwConfigEnableStatus", " Setting active status: false"));
+  sw().checkAtRest();
+}
+
+TEST_F(RootFeatureEnableSmTest, SecondCleanupChangesNothing) {
+  sw().source("cli")->enabledIs(true);
+  sw().start();
+  const auto feature = sw().root->rootFeatureSm("cli");
+  feature->cleanup();
+  sw().recorder.take();
+  feature->cleanup();
+  EXPECT_THAT(sw().recorder.take(), IsEmpty());
+  EXPECT_FALSE(feature->rootSm());
+}
+
+TEST_F(RootFeatureEnableSmTest, OtherAttributesOfTheSourceAreIgnoredHere) {
+  const auto cli = sw().source("cli");
+  sw().start();
+  const TraceCapture traces;
+  cli->policyIs("p");
+  cli->forwardTypeIs(Firewall::ForwardingTypeMatch(1));
+  EXPECT_THAT(functions(traces, {"handleFeatureStatus"}), IsEmpty());
+}
+
+TEST_F(RootFeatureEnableSmTest, SuppressedItIgnoresTheSource) {
+  const auto cli = sw().source("cli");
+  sw().start();
+  sw().root->rootFeatureSm("cli")->kivDoZombieReactors(true);
+  cli->enabledIs(true);
+  EXPECT_FALSE(sw().rootSm("cli"));
+}
+
+TEST_F(RootFeatureEnableSmTest, EveryReferenceOfTheRootSmIsComparedWhenItIsAskedForAgain) {
+  sw().source("cli")->enabledIs(true);
+  sw().start();
+  const auto feature = sw().root->rootFeatureSm("cli");
+  const auto rootSm = feature->rootSm();
+  TestSupport::expectEachReferenceChecked(
+      "Firewall::RootSm", rootSm->attributes(), [&](const Firewall::RootSmAttributes& a) {
+        feature->rootSmIs(a.configSource, a.fwConfigDir, a.inConfig, a.outFirewallConfig,
+                          a.firewallStatus, a.intfStatusDir, a.ipStatus, a.matchListConfigDir,
+                          a.appRecConfig, a.fieldSetConfig, a.appRecStatus, a.hwCapability,
+                          a.aclListConfig, a.activeWorkManager);
+      });
+  EXPECT_EQ(feature->rootSm(), rootSm);
+}
+
+TEST_F(RootFeatureEnableSmTest, FactoriesTakeTheArgumentsInOrder) {
+  const auto cli = sw().source("cli");
+  sw().start();
+  const auto& a = sw().root->rootFeatureSm("cli")->attributes();
+  const auto feature = Firewall::rootFeatureEnableSmFactory(
+      a.configSource, a.fwConfigDir, a.inConfig, a.outFirewallConfig, a.firewallStatus,
+      a.intfStatusDir, a.ipStatus, a.matchListConfigDir, a.appRecConfig, a.fieldSetConfig,
+      a.appRecStatus, a.hwCapability, a.rootDirSm, a.aclListConfig, a.activeWorkManager);
+  EXPECT_EQ(feature->attributes().inConfig, cli);
+  EXPECT_TRUE(feature->hasNotificationActive());
+  const auto rootSm = Firewall::rootSmFactory(
+      a.configSource, a.fwConfigDir, a.inConfig, a.outFirewallConfig, a.firewallStatus,
+      a.intfStatusDir, a.ipStatus, a.matchListConfigDir, a.appRecConfig, a.fieldSetConfig,
+      a.appRecStatus, a.hwCapability, a.aclListConfig, a.activeWorkManager);
+  EXPECT_EQ(rootSm->attributes().configSource, "cli");
+  EXPECT_TRUE(rootSm->initialized());
+  rootSm->cleanup();
+}
+
+// Throws at the n-th notification of the output, once.
+class ThrowsOnce {
+ public:
+  ThrowsOnce(const Firewall::HwConfig::Ptr& hwConfig, int n) : left_(n) {
+    hwConfig->publisher().subscriberAdd(subscriber_);
+  }
+  bool threw() const { return left_ == 0; }
+
+ private:
+  static void dispatch(void* self, Pith::Publisher*, Pith::Subscriber*, Pith::FieldId, const void*,
+                       const Pith::Change*) {
+    auto* const thrower = static_cast<ThrowsOnce*>(self);
+    if (thrower->left_ > 0 && --thrower->left_ == 0) throw std::runtime_error("refused");
+  }
+  int left_;
+  Pith::Subscriber subscriber_{this, &dispatch};
+};
+
+TEST_F(RootFeatureEnableSmTest, SubscriberThatThrowsAtAnyWriteLeavesTheTreeWhole) {
+  TestSupport::shareConfiguration(sw());
+  const auto cli = TestSupport::fullSource(sw(), "cli");
+  sw().start();
+  bool threw = true;
+  for (int n = 1; threw; ++n) {
+    {
+      const ThrowsOnce thrower(sw().hwConfig, n);
+      for (const bool enabled : {true, false}) {
+        try {
+          cli->enabledIs(enabled);
+        } catch (const std::runtime_error&) {
+          EXPECT_FALSE(sw().hwConfig->updateInProgress()) << n;
+        }
+      }
+      threw = thrower.threw();
+    }
+    ASSERT_EQ(sw().root->activeWorkManager()->activeHandles(), 0U) << n;
+    // The next change is handled as if nothing had happened.
+    cli->enabledIs(true);
+    ASSERT_TRUE(sw().hwConfig->active()) << n;
+    ASSERT_EQ(sw().hwConfig->vrf().size(), 3U) << n;
+    ASSERT_EQ(sw().hwConfig->services().size(), 3U) << n;
+    ASSERT_FALSE(sw().hwConfig->policy("web-only")->rule().empty()) << n;
+    cli->enabledIs(false);
+    ASSERT_TRUE(sw().hwConfig->vrf().empty()) << n;
+    ASSERT_FALSE(sw().hwConfig->updateInProgress()) << n;
+  }
+}
+
+}  // namespace
