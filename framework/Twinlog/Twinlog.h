@@ -64,7 +64,8 @@ decltype(auto) handedOn(const T& value) noexcept {
   if constexpr (std::is_same_v<T, bool> || std::is_same_v<T, char>) {
     return T{value};
   } else if constexpr (std::is_integral_v<T>) {
-    return static_cast<std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>>(+value);
+    return static_cast<std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>>(
+        +value);
   } else if constexpr (std::is_convertible_v<const T&, const char*>) {
     const char* const text = value;
     return text == nullptr ? std::string_view("(null)") : std::string_view(text);
