@@ -197,8 +197,7 @@ void SegmentSM::cleanup() {
   Kiv::Deferred steps;
   steps.run([this] { removeFromSegments(); });
   for (Pith::Ptr<MatchListConfigPathSm> child : mlConfigPathSm()) {
-    steps.run([&] { child->cleanIpv4PrefixList(); });
-    steps.run([&] { child->cleanIpv6PrefixList(); });
+    steps.run([&] { child->cleanup(); });
   }
   steps.run([this] { vrfSm->subcriberSideSegmentDel(segmentName); });
   vrfSm->serviceSideSegmentDel(segmentName);

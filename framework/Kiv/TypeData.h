@@ -117,7 +117,7 @@ inline constexpr std::string_view integerName = sizeof(T) == 1 ? (std::is_signed
 
 // The description of T as a key or a value.
 template <class T>
-const ValueData& valueDataOf() {
+PITH_EXPORT const ValueData& valueDataOf() {
   static const ValueData data = [] {
     using Kind = ValueData::Kind;
     if constexpr (Impl::isOptional<T>) {

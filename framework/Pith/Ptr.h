@@ -16,6 +16,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "framework/Pith/Export.h"
 #include "framework/Pith/Hash.h"
 
 namespace Pith {
@@ -25,7 +26,7 @@ template <class U, class T>
 concept RefersTo = std::is_convertible_v<U*, T*>;
 
 template <class T>
-class Ptr {
+class PITH_EXPORT Ptr {
  public:
   using Pointee = T;
 

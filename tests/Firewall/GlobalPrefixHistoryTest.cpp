@@ -163,7 +163,7 @@ class GlobalPrefixHistoryTest : public TestSupport::SwitchTest {
     for (int n = 0; n < listCount; ++n) lists->matchIpv4PrefixListIs(listName(n));
     sw().start();
     Model model(isVrfWide);
-    for (int step = 0; step < 250 && !HasFailure(); ++step) {
+    for (int step = 0; step < 200 && !HasFailure(); ++step) {
       const std::string segment(1, static_cast<char>('a' + pick(segmentCount)));
       const std::string list = listName(pick(listCount));
       const auto subnet =
@@ -248,7 +248,7 @@ class GlobalPrefixHistoryTest : public TestSupport::SwitchTest {
 
 TEST_F(GlobalPrefixHistoryTest, AgreesWithTheModelWhereTheHardwareTakesAVrfWideList) {
   for (int segments = 1; segments <= 6; ++segments) {
-    for (unsigned seed = 1; seed <= 8 && !HasFailure(); ++seed) run(seed, segments, true);
+    for (unsigned seed = 1; seed <= 4 && !HasFailure(); ++seed) run(seed, segments, true);
   }
 }
 

@@ -183,7 +183,9 @@ TEST_F(VlanRangeTest, GeneratedPairThatIsNoVlanRaisesTheRangeErrorAndLeavesTheOu
     EXPECT_THAT(ranges(), ElementsAre("8-15"));
     EXPECT_THAT(writes(), IsEmpty());
   }
-  input->vlanRangeDelAll();
+  EXPECT_THROW(input->vlanRangeDel({100, 101}), Pith::RangeException);
+  // While a bad one is left every step is refused; the last leaves nothing that is wrong.
+  EXPECT_THROW(input->vlanRangeDelAll(), Pith::RangeException);
   EXPECT_THAT(ranges(), IsEmpty());
 }
 

@@ -285,11 +285,12 @@ TEST_F(VrfSmTest, SubscriberChangesDoNotTouchServiceSideSegmentsWithoutTheCapabi
   subscriber("red", "service", {});
   subscriber("red", "users", {"Ethernet1"});
   ASSERT_TRUE(vrfSm("red")->serviceSideSegment().has("service"));
-  const TraceCapture traces;
+  TraceCapture traces;
   segmentSm("red", "users")->updateLocalDataForVrfSegment();
   EXPECT_EQ(subscriberReports(traces, "users"), 1U);
   EXPECT_EQ(traces.count(8, "updateSubcriberSegment", " seg:service from:users"), 0U);
   sw().hwCapability->forwardingSegmentsPolicySupportedIs(true);
+  traces.clear();
   segmentSm("red", "users")->updateLocalDataForVrfSegment();
   EXPECT_EQ(traces.count(8, "updateSubcriberSegment", " seg:service from:users"), 1U);
 }

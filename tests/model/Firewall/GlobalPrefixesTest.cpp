@@ -55,15 +55,15 @@ TEST(GlobalPrefixesTest, APrefixThatIsRemovedAndAddedAgainIsTheLast) {
 }
 
 TEST(GlobalPrefixesTest, AgreesWithTheWalkAfterEveryStepOfRandomHistories) {
-  for (unsigned seed = 1; seed <= 20; ++seed) {
+  for (unsigned seed = 1; seed <= 4; ++seed) {
     std::mt19937 random(seed);
     const auto pick = [&random](int below) {
       return std::uniform_int_distribution<int>(0, below - 1)(random);
     };
     const auto vrf = Kiv::make<Vrf>("red");
-    for (int step = 0; step < 1500; ++step) {
+    for (int step = 0; step < 600; ++step) {
       const int n = pick(40);
-      if (step % 500 == 499) {
+      if (step % 200 == 199) {
         vrf->prefixDelAll();
       } else if (pick(3) == 0) {
         vrf->prefixDel(prefix(n));
