@@ -85,7 +85,7 @@ class PITH_EXPORT AllocTrackTypeInfo {
 // virtual then, and the class not more aligned than T. If the constructor throws, memory and live
 // count are as before.
 template <class T>
-class SlabObject {
+class PITH_EXPORT SlabObject {
  public:
   static void* operator new(std::size_t bytes) {
     AllocTrackTypeInfo& type = typeInfo();
