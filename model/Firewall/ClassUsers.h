@@ -19,7 +19,7 @@
 
 namespace Firewall {
 
-class FwSegment;
+class PITH_EXPORT FwSegment;
 
 // Orders the users of a class map: VRFs as their collection does, segments by name, L2 last.
 struct ClassPlace {

@@ -18,7 +18,7 @@
 
 namespace Firewall {
 
-class FwSegment;
+class PITH_EXPORT FwSegment;
 
 // Traffic from `segment` is judged by `policy`.
 struct FwFromSegment {

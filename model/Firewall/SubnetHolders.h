@@ -19,7 +19,7 @@
 
 namespace Firewall {
 
-class FwSegment;
+class PITH_EXPORT FwSegment;
 
 class PITH_EXPORT SubnetHolders {
  public:
