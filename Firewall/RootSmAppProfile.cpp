@@ -37,7 +37,7 @@ struct SrcPorts {
   static constexpr const char* evaluating = "Evaluating sport sub range%s";
   static constexpr const char* removing = "Removing sport sub range %s";
   static constexpr const char* addingSet = " Adding srcPortFieldSet %s";
-  static constexpr const char* addingRange = " Adding srcPort range:%s";
+  static constexpr const char* addingRange = " Adding srcPort range :%s";
   static constexpr const char* addedBlock = " Added srcPort sub range: low %s high %s";
   static constexpr const char* addedRange = " Added srcPort sub range: start %s end %s";
   static const auto& of(const FwService& service) { return service.srcPort(); }
@@ -138,9 +138,10 @@ void removeStalePrefixes(FwService& service, const PrefixSet::PtrConst& set) {
 }
 
 template <class Side>
-void addPorts(FwService& service, const PortSet::PtrConst& set, bool asBlocks) {
+void addPorts(FwService& service, const PortSet::PtrConst& set, const Pith::String& setName,
+              bool asBlocks) {
   if (!set) return;
-  TWINLOG_FN(facility, 8, fn, Side::addingSet, set->name());
+  TWINLOG_FN(facility, 8, fn, Side::addingSet, setName);
   std::vector<Lanx::RangeMaskGen<std::uint16_t>::Entry> blocks;
   for (const Classification::PortRange& entry : set->ports()) {
     const Classification::PortRange published = entry;
@@ -223,8 +224,10 @@ void RootSm::handleVersionForAppProfile(const Pith::String& name) {
   service->afIs(app ? app->af() : Classification::AddressFamily::unspecified);
   rebuildProtocols(*service, app);
   const bool asBlocks = hwCapability->portRangeBlocksRequired();
-  addPorts<DstPorts>(*service, sets.dstPorts, asBlocks);
-  addPorts<SrcPorts>(*service, sets.srcPorts, asBlocks);
+  if (app) {
+    addPorts<DstPorts>(*service, sets.dstPorts, app->dstPortFieldSet(), asBlocks);
+    addPorts<SrcPorts>(*service, sets.srcPorts, app->srcPortFieldSet(), asBlocks);
+  }
   addPrefixes<SrcPrefixes>(*service, sets.srcPrefixes);
   addPrefixes<DstPrefixes>(*service, sets.dstPrefixes);
   service->versionInc(1);

@@ -245,7 +245,7 @@ TEST_F(AppProfileTest, CompilationIsTraced) {
         ElementsAre("8 appName web", "8 Adding service config for appName web",
                     "8 Adding proto ranges ", "8:6-17", "8 Adding dstPortFieldSet dst",
                     "8 Adding dstPort range:80-81", "8 Added dstPort sub range: start 80 end 81",
-                    "8 Adding srcPortFieldSet src", "8 Adding srcPort range:5",
+                    "8 Adding srcPortFieldSet src", "8 Adding srcPort range :5",
                     "8 Added srcPort sub range: start 5 end 5"));
   }
   ports("dst", {{81, 81}});
@@ -264,7 +264,7 @@ TEST_F(AppProfileTest, CompilationIsTraced) {
             "3Evaluating dip 192.0.2.0/24", "8 Adding service config for appName web",
             "8 Adding proto ranges ", "8:6-17", "8 Adding dstPortFieldSet dst",
             "8 Adding dstPort range:81", "8 Added dstPort sub range: low 81 high 81",
-            "8 Adding srcPortFieldSet src", "8 Adding srcPort range:5-6",
+            "8 Adding srcPortFieldSet src", "8 Adding srcPort range :5-6",
             "8 Added srcPort sub range: low 5 high 5", "8 Added srcPort sub range: low 6 high 6"));
   }
   ports("src", {});
@@ -278,6 +278,17 @@ TEST_F(AppProfileTest, CompilationIsTraced) {
                             "3Removing sport sub range 6", "3Evaluating sip 10.0.0.0/9",
                             "3Evaluating dip 192.0.2.0/24", "3Removed dip 192.0.2.0/24"));
   }
+}
+
+TEST_F(AppProfileTest, FieldSetsAreTracedUnderTheNamesThatTheProfileGives) {
+  app("web")->dstPortFieldSetIs("dst");
+  app("web")->srcPortFieldSetIs("src");
+  lone.fieldSets->fieldSetL4PortIs("dst")->subConfigIs("contents");
+  lone.fieldSets->fieldSetL4PortIs("src")->subConfigIs("contents");
+  const TraceCapture traces;
+  compile("web");
+  EXPECT_TRUE(traces.saw(8, "handleVersionForAppProfile", " Adding dstPortFieldSet dst"));
+  EXPECT_TRUE(traces.saw(8, "handleVersionForAppProfile", " Adding srcPortFieldSet src"));
 }
 
 TEST_F(AppProfileTest, GoneProfileTracesItsNameAlone) {
@@ -352,6 +363,17 @@ TEST_F(AppProfileTest, AfterCleanupNothingIsCompiled) {
   EXPECT_THAT(recorder.take(), IsEmpty());
 }
 
+TEST_F(AppProfileTest, SuppressedReactorIgnoresVersionsAndCompilesTheNext) {
+  fill("web");
+  lone.sm->kivDoZombieReactors(true);
+  compile("web");
+  EXPECT_FALSE(service("web"));
+  lone.sm->kivDoZombieReactors(false);
+  EXPECT_FALSE(service("web"));
+  compile("web");
+  EXPECT_EQ(service("web")->version(), 1U);
+}
+
 TEST_F(AppProfileTest, ServiceThatLeavesWhileItIsCompiledStaysAway) {
   fill("web");
   compile("web");
@@ -392,6 +414,19 @@ TEST_F(AppProfileSwitchTest, ApplicationsAreCompiledWhenTheyChangeAndTheRulesFol
   EXPECT_THAT(lines("p"), IsEmpty());
   EXPECT_FALSE(sw().hwConfig->servicesHas("web"));
   EXPECT_FALSE(sw().firewallStatus->serviceHas("web"));
+}
+
+TEST_F(AppProfileSwitchTest, RangeErrorReachesWhoeverPublishesTheRangeAndTheRulesStay) {
+  config().policyIs("p")->ruleIs(5U, Pith::String("web"), Firewall::Action::forward);
+  sw().application("web", 6, "80-81");
+  const auto before = lines("p");
+  const auto web = sw().appRecConfig->app("web");
+  EXPECT_THROW(web->protoIs({9, 5}), Pith::RangeException);
+  EXPECT_EQ(lines("p"), before);
+  web->protoDel({9, 5});
+  EXPECT_EQ(lines("p"), before);
+  web->protoIs({17, 17});
+  EXPECT_EQ(lines("p").size(), 2U);
 }
 
 }  // namespace
