@@ -1,11 +1,11 @@
 // Who mentions a name: kept beside a collection, so that those who mention it are found without a
 // walk.
 //
-//   NameIndex<std::uint64_t, const Segment> fromSegments;          // places are in the
-//   collection's order fromSegments.add("web", segment.place(), segment); for (auto* use =
-//   fromSegments.after("web", 0); use != nullptr; use = fromSegments.after("web", place)) {
+//   NameIndex<std::uint64_t, const Segment> fromSegments;  // a place is a number, from 1 up
+//   fromSegments.add("web", 7, segment);
+//   for (std::uint64_t place = 0; const auto* use = fromSegments.after("web", place);) {
 //     place = use->place;
-//     ...                                                          // may change the index
+//     ...                                                  // may change the index
 //   }
 //
 // A place is what orders those that mention a name; it has a default, which is before all of them.
