@@ -45,25 +45,24 @@ void RootSm::inConfigDispatch(Pith::Publisher* /*publisher*/, Pith::Subscriber* 
     return *static_cast<const Pith::String*>(key);
   };
   Kiv::Deferred steps;
+  // Children follow what is there: a handler's writes may have made another of the name meanwhile.
   switch (field) {
     case Config::classMapField:
       if (handle) steps.run([&] { handleClassMap(named()); });
       steps.run([&] {
-        if (const auto input = inConfig->classMap(named())) {
-          classMapIs(input);
-        } else {
-          classMapDel(named());
-        }
+        const auto input = inConfig->classMap(named());
+        const auto child = classMap(named());
+        if (child && child->notifier() != input) classMapDel(named());
+        if (input) classMapIs(input);
       });
       break;
     case Config::policyField:
       if (handle) steps.run([&] { handlePolicy(named()); });
       steps.run([&] {
-        if (const auto input = inConfig->policy(named())) {
-          policyIs(input);
-        } else {
-          policyDel(named());
-        }
+        const auto input = inConfig->policy(named());
+        const auto child = policy(named());
+        if (child && child->notifier() != input) policyDel(named());
+        if (input) policyIs(input);
       });
       break;
     case Config::vrfField:
@@ -103,11 +102,10 @@ void RootSm::outFirewallConfigDispatch(Pith::Publisher* /*publisher*/,
   Kiv::Deferred steps;
   if (!isZombie()) steps.run([&] { handleService(name); });
   steps.run([&] {
-    if (const auto input = outFirewallConfig->services(name)) {
-      serviceIs(input);
-    } else {
-      serviceDel(name);
-    }
+    const auto input = outFirewallConfig->services(name);
+    const auto child = service(name);
+    if (child && child->notifier() != input) serviceDel(name);
+    if (input) serviceIs(input);
   });
   steps.rethrow();
 }

@@ -194,6 +194,9 @@ class PITH_EXPORT RootSm final : public Kiv::Reactor<RootSm, RootSmAttributes> {
                      Protocol::Optional protocol, PortRange dstPort, PortRange srcPort) const;
   std::vector<Pith::Ptr<const Policy>> policiesOfOtherSources(const Pith::String& name) const;
   void compileInstead(const std::vector<Pith::Ptr<const Policy>>& policies);
+  Pith::Ptr<const FwService> serviceOfRule(const Policy& inPolicy, std::uint32_t seqnum) const;
+  void compileRuleInstead(const Pith::String& policyName, std::uint32_t seqnum);
+  void compileRulesInstead(const Pith::String& service);
 
   Kiv::Subscription<&RootSm::inConfigDispatch> inConfigSubscription_;
   Kiv::Subscription<&RootSm::ipStatusDispatch> ipStatusSubscription_;

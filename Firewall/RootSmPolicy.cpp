@@ -36,6 +36,19 @@ void eachSegmentDir(const Config& config, HwConfig& out, const Use& use) {
   if (const FwSegmentDir::Ptr fwL2 = out.l2Seg()) use(l2, fwL2);
 }
 
+// Deletes all rules of the output's policy of that name, whichever source they are from.
+void deleteRules(RootSm& rootSm, const Policy::PtrConst& policy) {
+  const FwPolicy::Ptr fwPolicy = rootSm.attributes().outFirewallConfig->policy(policy->name());
+  if (!fwPolicy) return;
+  Kiv::Deferred steps;
+  const auto deleteThose = [&](std::uint32_t seqnum) {
+    steps.run([&] { rootSm.deletePolicyRules(policy, seqnum); });
+  };
+  for (const auto& rule : fwPolicy->rule()) deleteThose(ruleSeqnum(rule.key));
+  for (const auto& rule : fwPolicy->serviceRule()) deleteThose(rule.key);
+  steps.rethrow();
+}
+
 }  // namespace
 
 void RootSm::handlePolicy() {
@@ -61,7 +74,8 @@ void RootSm::handlePolicy(const Pith::String& name) {
                     [&](const Config& other) { eachSegmentDir(other, *outFirewallConfig, use); });
   };
   Kiv::Deferred steps;
-  if (const Policy::PtrConst inPolicy = inConfig->policy(name)) {
+  const Policy::PtrConst inPolicy = inConfig->policy(name);
+  if (inPolicy) {
     steps.run([&] { outFirewallConfig->policyIs(name); });
     steps.run([&] { handlePolicyRules(inPolicy); });
     eachLinkedDir([&](const SegmentDir::PtrConst& segments, const FwSegmentDir::Ptr& fwSegments) {
@@ -77,8 +91,16 @@ void RootSm::handlePolicy(const Pith::String& name) {
         deleteInterFromSegAndFbPolicyAll(segments, outFirewallConfig, fwSegments, "", name);
       });
     });
-    steps.run([&] { outFirewallConfig->policyDel(name); });
+    steps.run([&] {
+      if (const Policy::PtrConst again = inConfig->policy(name)) {
+        deleteRules(*this, again);
+      } else {
+        outFirewallConfig->policyDel(name);
+      }
+    });
   }
+  // A subscriber may have made it again while it was taken out.
+  if (!inPolicy && inConfig->policyHas(name)) steps.run([&] { handlePolicy(name); });
   TWINLOG_FN(facility, 7, fn, " return");
   steps.rethrow();
 }
@@ -95,13 +117,10 @@ std::vector<Pith::Ptr<const Policy>> RootSm::policiesOfOtherSources(
 
 // The policy left this source but not all: its rules are made anew from those that have it.
 void RootSm::compileInstead(const std::vector<Pith::Ptr<const Policy>>& policies) {
-  if (const FwPolicy::Ptr fwPolicy = outFirewallConfig->policy(policies.front()->name())) {
-    for (const auto& rule : fwPolicy->rule()) {
-      deletePolicyRules(policies.front(), ruleSeqnum(rule.key));
-    }
-    for (const auto& rule : fwPolicy->serviceRule()) deletePolicyRules(policies.front(), rule.key);
-  }
-  for (const Policy::PtrConst& policy : policies) handlePolicyRules(policy);
+  Kiv::Deferred steps;
+  steps.run([&] { deleteRules(*this, policies.front()); });
+  for (const Policy::PtrConst& policy : policies) steps.run([&] { handlePolicyRules(policy); });
+  steps.rethrow();
 }
 
 void RootSm::handlePolicyRules(const Pith::Ptr<const Policy>& inPolicy) {
@@ -131,14 +150,10 @@ void RootSm::handlePolicyRule(const Pith::Ptr<const Policy>& inPolicy, std::uint
   }
   Kiv::Deferred steps;
   steps.run([&] { deletePolicyRules(policy, seqnum); });
-  if (policy->ruleHas(seqnum)) {
-    steps.run([&] { addPolicyRulesAll(policy, seqnum); });
-  } else {
-    // The rule left this source: those that still have one of the number compile theirs.
-    for (const Policy::PtrConst& other : policiesOfOtherSources(policy->name())) {
-      if (other->ruleHas(seqnum)) steps.run([&] { handlePolicyRule(other, seqnum); });
-    }
-  }
+  if (policy->ruleHas(seqnum)) steps.run([&] { addPolicyRulesAll(policy, seqnum); });
+  steps.run([&] {
+    if (!serviceOfRule(*policy, seqnum)) compileRuleInstead(policy->name(), seqnum);
+  });
   TWINLOG_FN(facility, 7, fn, " return");
   steps.rethrow();
 }
@@ -152,11 +167,27 @@ void RootSm::addPolicyRulesAll(const Pith::Ptr<const Policy>& inPolicy, std::uin
     TWINLOG(facility, 3, fn, "Policy %s not found", inPolicy->name());
     return;
   }
-  const PolicyRule* const rule = inPolicy->rule(seqnum);
-  const Pith::Ptr<const FwService> service =
-      outFirewallConfig->services(rule == nullptr ? Pith::String() : rule->service);
-  if (service && hasRules(service)) addServicePolicyRules(service, inPolicy, seqnum);
+  if (const auto service = serviceOfRule(*inPolicy, seqnum)) {
+    addServicePolicyRules(service, inPolicy, seqnum);
+  }
   TWINLOG_FN(facility, 7, fn, " return");
+}
+
+// The compiled service that the rule names; null where it makes no hardware rules.
+Pith::Ptr<const FwService> RootSm::serviceOfRule(const Policy& inPolicy,
+                                                 std::uint32_t seqnum) const {
+  const PolicyRule* const rule = inPolicy.rule(seqnum);
+  const auto service = rule == nullptr ? nullptr : outFirewallConfig->services(rule->service);
+  return service && hasRules(service) ? service : nullptr;
+}
+
+// This source has no hardware rules for the number (any more): those that have compile theirs.
+void RootSm::compileRuleInstead(const Pith::String& policyName, std::uint32_t seqnum) {
+  Kiv::Deferred steps;
+  for (const Policy::PtrConst& other : policiesOfOtherSources(policyName)) {
+    if (serviceOfRule(*other, seqnum)) steps.run([&] { handlePolicyRule(other, seqnum); });
+  }
+  steps.rethrow();
 }
 
 void RootSm::PolicySm::handleNotifier() { owner().handlePolicyRules(notifier()); }

@@ -33,6 +33,12 @@ void RootSm::handleService(const Pith::String& name) {
       steps.run([&] {
         if (firewallStatus) firewallStatus->serviceDel(name);
       });
+      steps.run([&] { compileRulesInstead(name); });
+      // A subscriber may have made it again while it was taken out.
+      if (const auto again = outFirewallConfig->services(name)) {
+        steps.run([&] { handleService(name); });
+        steps.run([&] { handleServiceChange(again); });
+      }
       steps.rethrow();
     }
   }
@@ -73,9 +79,20 @@ void RootSm::handleServiceChange(const Pith::Ptr<const FwService>& fwService) {
                       [&](const Policy::PtrConst& policy, std::uint32_t seqnum) {
                         steps.run([&] { addServicePolicyRules(service, policy, seqnum); });
                       });
+  } else {
+    steps.run([&] { compileRulesInstead(service->name()); });
   }
   steps.run([&] { work.handleDestroyed(); });
   TWINLOG_FN(facility, 7, fn, " return ");
+  steps.rethrow();
+}
+
+// The service makes no hardware rules (any more): other sources may have some for the same numbers.
+void RootSm::compileRulesInstead(const Pith::String& service) {
+  Kiv::Deferred steps;
+  eachRuleOfService(*inConfig, service, [&](const Policy::PtrConst& policy, std::uint32_t seqnum) {
+    steps.run([&] { compileRuleInstead(policy->name(), seqnum); });
+  });
   steps.rethrow();
 }
 

@@ -2,6 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+#include <utility>
+
 #include "tests/Firewall/RulesSupport.h"
 
 namespace {
@@ -11,6 +14,7 @@ using Firewall::Config;
 using Firewall::Policy;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using TestSupport::Reaction;
 
 class PolicySourcesTest : public TestSupport::RulesFixture {
  protected:
@@ -74,6 +78,50 @@ TEST_F(PolicySourcesTest, UnexpandedRulesOfThePolicyThatLeftGoToo) {
   EXPECT_TRUE(fwPolicy("web")->serviceRuleHas(10));
 }
 
+TEST_F(PolicySourcesTest, TheOtherSourceTakesOverThoughASubscriberThrows) {
+  const auto cli = source("cli");
+  const auto api = source("api");
+  rule(api, 20, "gre");
+  for (const std::uint32_t seqnum : {10U, 30U}) rule(cli, seqnum, "icmp");
+  {
+    const Reaction reaction(*fwPolicy("web"),
+                            [](Pith::FieldId, const void*, const Pith::Change& change) {
+                              if (change.current == nullptr) throw std::runtime_error("subscriber");
+                            });
+    EXPECT_THROW(cli->policyDel("web"), std::runtime_error);
+  }
+  EXPECT_THAT(lines("web"), ElementsAre("20/1 unset > unset 47 0-65535 < 0-65535 forward"));
+}
+
+TEST_F(PolicySourcesTest, PolicyMadeAgainWhileTheOtherSourceTakesOverIsCompiledFromBoth) {
+  const auto cli = source("cli");
+  const auto api = source("api");
+  rule(api, 20, "gre");
+  rule(cli, 10, "icmp");
+  bool done = false;
+  const Reaction reaction(*fwPolicy("web"), [&](Pith::FieldId, const void*, const Pith::Change&) {
+    if (!std::exchange(done, true)) rule(cli, 30, "icmp");
+  });
+  cli->policyDel("web");
+  EXPECT_THAT(lines("web"), ElementsAre("20/1 unset > unset 47 0-65535 < 0-65535 forward",
+                                        "30/1 unset > unset 1 0-65535 < 0-65535 forward"));
+  rule(cli, 40, "icmp");
+  EXPECT_EQ(lines("web").size(), 3U);
+}
+
+TEST_F(PolicySourcesTest, DisabledSourceLeavesItsRulesWhileAnotherIsEnabled) {
+  const auto cli = source("cli");
+  const auto api = source("api");
+  rule(cli, 10, "icmp");
+  cli->policyIs("mail");
+  rule(api, 20, "gre");
+  cli->enabledIs(false);
+  EXPECT_EQ(lines("web").size(), 2U);
+  EXPECT_TRUE(sw().hwConfig->policyHas("mail"));
+  api->enabledIs(false);
+  EXPECT_TRUE(sw().hwConfig->policy().empty());
+}
+
 TEST_F(PolicySourcesTest, LinksStayWhileAnyEnabledSourceHasThePolicy) {
   const auto cli = source("cli");
   const auto api = source("api");
@@ -134,6 +182,48 @@ TEST_F(PolicySourcesTest, RuleThatLeavesOneSourceIsCompiledFromTheOther) {
   EXPECT_THAT(lines("web"), ElementsAre("10/1 unset > unset 47 0-65535 < 0-65535 forward"));
   api->policy("web")->ruleDel(10);
   EXPECT_THAT(lines("web"), IsEmpty());
+}
+
+TEST_F(PolicySourcesTest, RuleWhoseServiceGoesIsCompiledFromTheOther) {
+  const auto cli = source("cli");
+  const auto api = source("api");
+  const auto ofApi = ElementsAre("10/1 unset > unset 47 0-65535 < 0-65535 forward");
+  rule(api, 10, "gre");
+  rule(cli, 10, "icmp");
+  const auto icmp = sw().hwConfig->services("icmp");
+  icmp->protocolDelAll();
+  icmp->versionInc(1);
+  EXPECT_THAT(lines("web"), ofApi);
+  service("icmp", 1);
+  EXPECT_THAT(lines("web"), ElementsAre("10/1 unset > unset 1 0-65535 < 0-65535 forward"));
+  sw().hwConfig->servicesDel("icmp");
+  EXPECT_THAT(lines("web"), ofApi);
+  sw().hwConfig->servicesDel("gre");
+  EXPECT_THAT(lines("web"), IsEmpty());
+}
+
+TEST_F(PolicySourcesTest, RuleWithoutAServiceLeavesTheNumberToTheOther) {
+  const auto cli = source("cli");
+  const auto api = source("api");
+  const auto ofCli = ElementsAre("10/1 unset > unset 1 0-65535 < 0-65535 forward");
+  rule(cli, 10, "icmp");
+  rule(api, 10, "unknown");
+  EXPECT_THAT(lines("web"), ofCli);
+  rule(api, 10, "gre");
+  EXPECT_THAT(lines("web"), ElementsAre("10/1 unset > unset 47 0-65535 < 0-65535 forward"));
+  rule(api, 10, "");
+  EXPECT_THAT(lines("web"), ofCli);
+  rule(cli, 10, "");
+  EXPECT_THAT(lines("web"), IsEmpty());
+}
+
+TEST_F(PolicySourcesTest, RemainingSourceWithoutAServiceLeavesTheNumberToAnother) {
+  const auto cli = source("cli");
+  rule(source("first"), 10, "gre");
+  rule(source("second"), 10, "unknown");
+  rule(cli, 10, "icmp");
+  cli->policyDel("web");
+  EXPECT_THAT(lines("web"), ElementsAre("10/1 unset > unset 47 0-65535 < 0-65535 forward"));
 }
 
 TEST_F(PolicySourcesTest, RuleThatLeavesIsNotCompiledFromADisabledSource) {

@@ -2,7 +2,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "tests/Firewall/RulesSupport.h"
 #include "tests/support/TraceCapture.h"
@@ -270,6 +273,31 @@ TEST_F(PolicyTest, EverythingIsCompiledThoughASubscriberThrows) {
   EXPECT_EQ(fwPolicy("mail")->rule().size(), 1U);
 }
 
+TEST_F(PolicyTest, SuppressedReactorWritesNothingAndStillWatchesThePoliciesThatAreThere) {
+  policy("old");
+  sw().recorder.take();
+  rootSm().kivDoZombieReactors(true);
+  const auto web = policy("web");
+  config().policyDel("old");
+  EXPECT_THAT(sw().recorder.take(), IsEmpty());
+  EXPECT_TRUE(rootSm().policyHas("web"));
+  EXPECT_FALSE(rootSm().policyHas("old"));
+  rootSm().kivDoZombieReactors(false);
+  rootSm().handlePolicy("web");
+  rule(web, 1, "icmp");
+  EXPECT_THAT(lines("web"), ElementsAre("1/1 unset > unset 1 0-65535 < 0-65535 forward"));
+}
+
+TEST_F(PolicyTest, SuppressedPolicyReactorIgnoresItsRules) {
+  const auto web = policy("web");
+  rootSm().policy("web")->kivDoZombieReactors(true);
+  rule(web, 1, "icmp");
+  EXPECT_THAT(lines("web"), IsEmpty());
+  rootSm().policy("web")->kivDoZombieReactors(false);
+  rule(web, 2, "icmp");
+  EXPECT_THAT(lines("web"), ElementsAre("2/1 unset > unset 1 0-65535 < 0-65535 forward"));
+}
+
 // Segments of the default VRF and of the L2 directory that name the policy.
 class PolicyLinkTest : public PolicyTest {
  protected:
@@ -309,6 +337,22 @@ TEST_F(PolicyLinkTest, PolicyCreatedAfterTheSegmentsThatNameItIsLinked) {
   EXPECT_EQ(inL2("a")->fromSegment("b")->segment, inL2("b"));
 }
 
+TEST_F(PolicyLinkTest, RulesAreCompiledBeforeThePolicyIsLinked) {
+  config().enabledIs(false);
+  rule(policy("web"), 1, "icmp");
+  service("icmp", 1);
+  sw().recorder.take();
+  config().enabledIs(true);
+  const auto lines = sw().recorder.take();
+  const auto firstWith = [&](std::string_view part) {
+    return std::find_if(lines.begin(), lines.end(), [&](const std::string& line) {
+      return line.find(part) != std::string::npos;
+    });
+  };
+  ASSERT_NE(firstWith("fallbackPolicy = @web"), lines.end());
+  EXPECT_LT(firstWith("+ policy/web/rule/"), firstWith("fallbackPolicy = @web"));
+}
+
 TEST_F(PolicyLinkTest, RemovedPolicyIsUnlinkedBeforeItGoes) {
   policy("web");
   sw().recorder.take();
@@ -331,6 +375,30 @@ TEST_F(PolicyLinkTest, RemovedPolicyIsUnlinkedAndGoesThoughASubscriberThrows) {
   EXPECT_TRUE(a->fromSegment().empty());
   EXPECT_FALSE(inL2("a")->fallbackPolicy());
   EXPECT_FALSE(rootSm().policyHas("web"));
+}
+
+TEST_F(PolicyLinkTest, PolicyMadeAgainWhileItIsRemovedIsCompiledLinkedAndWatched) {
+  for (const bool atFirstWrite : {true, false}) {
+    rule(policy("web"), 1, "icmp");
+    bool done = false;
+    const auto makeAgain = [&](Pith::FieldId field, const void*, const Pith::Change&) {
+      if (!atFirstWrite && field != Firewall::HwConfig::policyField) return;
+      if (!std::exchange(done, true)) rule(policy("web"), 2, "icmp");
+    };
+    const auto reaction = atFirstWrite ? std::make_unique<Reaction>(*inVrf("a"), makeAgain)
+                                       : std::make_unique<Reaction>(*sw().hwConfig, makeAgain);
+    config().policyDel("web");
+    ASSERT_TRUE(done && fwPolicy("web"));
+    EXPECT_THAT(lines("web"), ElementsAre("2/1 unset > unset 1 0-65535 < 0-65535 forward"));
+    for (const auto& a : {inVrf("a"), inL2("a")}) {
+      EXPECT_EQ(a->fallbackPolicy(), fwPolicy("web"));
+      EXPECT_EQ(a->fromSegment("b")->policy, fwPolicy("web"));
+    }
+    rule(policy("web"), 2, "gre");
+    EXPECT_THAT(lines("web"), ElementsAre("2/1 unset > unset 47 0-65535 < 0-65535 forward"));
+    config().policyDel("web");
+    EXPECT_FALSE(sw().hwConfig->policyHas("web") || rootSm().policyHas("web"));
+  }
 }
 
 TEST_F(PolicyLinkTest, LinksAreAskedForOncePerDirectoryThatHasAnOutput) {

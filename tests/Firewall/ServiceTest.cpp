@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "tests/Firewall/RulesSupport.h"
 #include "tests/support/TraceCapture.h"
@@ -209,6 +211,62 @@ TEST_F(ServiceTest, HandlersDoNothingWhenTheReactorIsNotInitialized) {
                           TraceRecord{module, 8, "handleServiceChange", ": s"},
                           TraceRecord{module, 8, "deleteServicePolicyRules", ": s"},
                           TraceRecord{module, 7, "deleteServicePolicyRules", " return"}));
+}
+
+TEST_F(ServiceTest, SuppressedReactorWritesNothingAndStillWatchesTheServicesThatAreThere) {
+  rule("web", 5, "s");
+  rule("web", 6, "old");
+  service("old", 1);
+  rootSm().kivDoZombieReactors(true);
+  sw().recorder.take();
+  const auto made = service("s");
+  sw().hwConfig->servicesDel("old");
+  EXPECT_FALSE(sw().firewallStatus->serviceHas("s"));
+  EXPECT_TRUE(sw().firewallStatus->serviceHas("old"));
+  EXPECT_EQ(lines("web").size(), 1U);
+  EXPECT_TRUE(rootSm().serviceHas("s"));
+  EXPECT_FALSE(rootSm().serviceHas("old"));
+  rootSm().kivDoZombieReactors(false);
+  made->protocolIs({1, 1});
+  made->versionInc(1);
+  EXPECT_EQ(lines("web").front(), "5/1 unset > unset 1 0-65535 < 0-65535 forward");
+}
+
+TEST_F(ServiceTest, SuppressedServiceReactorIgnoresItsVersion) {
+  rule("web", 5, "s");
+  service("s");
+  rootSm().service("s")->kivDoZombieReactors(true);
+  service("s", 1);
+  EXPECT_THAT(lines("web"), IsEmpty());
+  rootSm().service("s")->kivDoZombieReactors(false);
+  service("s", 2);
+  EXPECT_EQ(lines("web").size(), 2U);
+}
+
+TEST_F(ServiceTest, ServiceMadeAgainWhileItIsRemovedIsCompiledAndWatched) {
+  // At the first write of the removal, and at the last.
+  for (const bool atFirstWrite : {true, false}) {
+    rule("web", 5, "s");
+    rule("web", 6, "s");
+    service("s", 1);
+    bool done = false;
+    const auto makeAgain = [&](Pith::FieldId, const void*, const Pith::Change&) {
+      if (!std::exchange(done, true)) service("s", 2);
+    };
+    const auto reaction = atFirstWrite
+                              ? std::make_unique<Reaction>(*fwPolicy("web"), makeAgain)
+                              : std::make_unique<Reaction>(*sw().firewallStatus, makeAgain);
+    sw().hwConfig->servicesDel("s");
+    ASSERT_TRUE(done);
+    EXPECT_TRUE(sw().firewallStatus->serviceHas("s"));
+    EXPECT_THAT(lines("web"), ElementsAre("5/1 unset > unset 2 0-65535 < 0-65535 forward",
+                                          "6/1 unset > unset 2 0-65535 < 0-65535 forward"));
+    service("s", 3);
+    EXPECT_EQ(lines("web").size(), 4U);
+    sw().hwConfig->servicesDel("s");
+    EXPECT_FALSE(sw().firewallStatus->serviceHas("s") || rootSm().serviceHas("s"));
+    EXPECT_THAT(lines("web"), IsEmpty());
+  }
 }
 
 TEST_F(ServiceTest, RulesAreRecompiledThoughASubscriberThrows) {
