@@ -13,6 +13,18 @@ constexpr std::string_view vrfMark = "__VRF_";
 constexpr std::string_view segmentMark = "_segment_";
 constexpr std::string_view l2Mark = "__segment_";
 
+// What names the VRF, not yet known to be short enough.
+std::string_view vrfTextOf(std::string_view cmapName) {
+  const std::size_t mark = cmapName.find(vrfMark);
+  PITH_ASSERT_TEXT(mark != std::string_view::npos,
+                   "cmapName.find( \"__VRF_\" ) != std::string::npos");
+  const std::size_t begin = mark + vrfMark.size();
+  const std::size_t end = cmapName.find(segmentMark, begin);
+  PITH_ASSERT_TEXT(end != std::string_view::npos,
+                   "cmapName.find( \"_segment_\" ) != std::string::npos");
+  return cmapName.substr(begin, end - begin);
+}
+
 }  // namespace
 
 Pith::String vrfSegmentClassMap(const L3::VrfName& vrf, const Pith::String& segment) {
@@ -27,17 +39,7 @@ bool isL2ClassMap(const Pith::String& className) noexcept {
   return className.view().starts_with(l2Mark);
 }
 
-L3::VrfName vrfNameOf(const Pith::String& className) {
-  const std::string_view cmapName = className.view();
-  const std::size_t mark = cmapName.find(vrfMark);
-  PITH_ASSERT_TEXT(mark != std::string_view::npos,
-                   "cmapName.find( \"__VRF_\" ) != std::string::npos");
-  const std::size_t begin = mark + vrfMark.size();
-  const std::size_t end = cmapName.find(segmentMark, begin);
-  PITH_ASSERT_TEXT(end != std::string_view::npos,
-                   "cmapName.find( \"_segment_\" ) != std::string::npos");
-  return cmapName.substr(begin, end - begin);
-}
+L3::VrfName vrfNameOf(const Pith::String& className) { return vrfTextOf(className.view()); }
 
 bool doCheckIntfInVrf(const Pith::String& cmapName, const Lanx::IntfId& intf,
                       const Pith::Ptr<const Ip::Status>& ipStatus) {
@@ -53,11 +55,11 @@ bool doCheckIntfInVrf(const Pith::String& cmapName, const Lanx::IntfId& intf,
     TWINLOG(facility, 3, fn, "Interface %s is not a L3 interface", intf);
     return false;
   }
-  const L3::VrfName vrf = vrfNameOf(cmapName);
-  if (*routedIn == vrf) {
-    TWINLOG(facility, 3, fn, "Interface %s is in configured VRF %s", intf, vrf);
+  if (routedIn->view() == vrfTextOf(cmapName.view())) {
+    TWINLOG(facility, 3, fn, "Interface %s is in configured VRF %s", intf, *routedIn);
     return true;
   }
+  const L3::VrfName vrf = vrfNameOf(cmapName);
   TWINLOG(facility, 3, fn, "Interface %s is not in configured VRF %s but in %s", intf, vrf,
           *routedIn);
   return false;
