@@ -6,6 +6,8 @@
 
 #include <functional>
 #include <stdexcept>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "model/Acl/PrefixList.h"
@@ -107,12 +109,16 @@ TEST_F(SegmentLinksTest, LinkWithAMissingEndIsLeftOut) {
   hwConfig->policyIs("web");
   a->policyIs("b", "unknown");
   a->policyIs("nowhere", "web");
-  for (const char* from : {"b", "nowhere", "not named"}) {
-    const TraceCapture traces;
+  const std::pair<const char*, const char*> cases[] = {
+      {"b", "b, unknown"}, {"nowhere", "nowhere, web"}, {"not named", "not named, "}};
+  for (const auto& [from, names] : cases) {
+    const TraceCapture traces(7);
     Firewall::addInterimFromSegment(a, hwConfig, fwVrf, out("a"), from);
-    ASSERT_EQ(traces.records().size(), 3U);
-    EXPECT_TRUE(traces.records()[1].text.starts_with("FromSegment or Policy is not available:"));
-    EXPECT_EQ(traces.records()[2].text, " return");
+    EXPECT_THAT(
+        traces.records(),
+        ElementsAre(TraceRecord{module, 7, "addInterimFromSegment",
+                                std::string("FromSegment or Policy is not available:") + names},
+                    TraceRecord{module, 7, "addInterimFromSegment", " return"}));
   }
   EXPECT_TRUE(out("a")->fromSegment().empty());
 }
