@@ -1,0 +1,138 @@
+#include "agent/Document/Load.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <iterator>
+#include <optional>
+#include <utility>
+
+namespace Agent {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool endsWith(std::string_view text, std::string_view end) {
+  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+bool isJson(std::string_view path) { return endsWith(path, ".json"); }
+bool isDocument(std::string_view path) {
+  return isJson(path) || endsWith(path, ".yaml") || endsWith(path, ".yml");
+}
+
+// The files that the paths stand for.
+std::vector<std::string> filesOf(const std::vector<std::string>& paths, Diagnostics& diagnostics) {
+  std::vector<std::string> files;
+  for (const std::string& path : paths) {
+    std::error_code failed;
+    if (!fs::is_directory(path, failed)) {
+      files.push_back(path);
+      continue;
+    }
+    const std::size_t before = files.size();
+    for (fs::directory_iterator entry(path, failed), end; !failed && entry != end;
+         entry.increment(failed)) {
+      if (isDocument(entry->path().string()) && !entry->is_directory()) {
+        files.push_back(entry->path().string());
+      }
+    }
+    const auto first = files.begin() + static_cast<std::ptrdiff_t>(before);
+    std::sort(first, files.end());
+    if (failed || first == files.end()) {
+      diagnostics.unreadable({diagnostics.fileIs(path), 0, 0},
+                             failed ? "cannot be read: " + failed.message()
+                                    : "holds no file ending in .json, .yaml or .yml");
+    }
+  }
+  return files;
+}
+
+// All of the file; none, with the reason in `why`.
+std::optional<std::string> contentOf(const std::string& path, std::string& why) {
+  const int file = path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) {
+    why = std::string("cannot be read: ") + std::strerror(errno);
+    return std::nullopt;
+  }
+  std::string content;
+  struct stat status {};
+  if (::fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+    content.reserve(std::min(static_cast<std::size_t>(status.st_size), maxFileBytes) + 1);
+  }
+  ssize_t got = 1;
+  while (got > 0 && content.size() <= maxFileBytes) {
+    constexpr std::size_t step = std::size_t{1} << 18U;
+    const std::size_t before = content.size();
+    content.resize(before + step);
+    got = ::read(file, content.data() + before, step);
+    content.resize(before + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+  }
+  if (got < 0) why = std::string("cannot be read: ") + std::strerror(errno);
+  if (content.size() > maxFileBytes) why = "is larger than 256 MiB";
+  if (path != "-") ::close(file);
+  if (!why.empty()) return std::nullopt;
+  return content;
+}
+
+// A part that one file gives twice stays two members, which is told as an error later.
+void merge(Node& root, Node part) {
+  std::vector<std::string_view> seen;
+  for (Member& member : part.members) {
+    const bool isNew = std::find(seen.begin(), seen.end(), member.key.text) == seen.end();
+    seen.push_back(member.key.text);
+    Node* const there = isNew ? root.find(member.key.text) : nullptr;
+    if (there != nullptr && there->kind == Node::Kind::mapping &&
+        member.value.kind == Node::Kind::mapping) {
+      std::move(member.value.members.begin(), member.value.members.end(),
+                std::back_inserter(there->members));
+    } else {
+      root.members.push_back(std::move(member));
+    }
+  }
+}
+
+}  // namespace
+
+std::string_view Document::keep(std::string_view text) {
+  if (text.empty()) return {};
+  char* const copy = static_cast<char*>(texts->allocate(text.size(), 1));
+  std::memcpy(copy, text.data(), text.size());
+  return {copy, text.size()};
+}
+
+Document load(const std::vector<std::string>& paths, Diagnostics& diagnostics) {
+  Document document;
+  for (const std::string& path : filesOf(paths, diagnostics)) {
+    const std::uint16_t file = diagnostics.fileIs(path == "-" ? "standard input" : path);
+    std::string why;
+    std::optional<std::string> content = contentOf(path, why);
+    if (!content) {
+      diagnostics.unreadable({file, 0, 0}, why);
+      continue;
+    }
+    document.buffers.push_back(std::make_unique<std::string>(std::move(*content)));
+    std::string_view buffer = *document.buffers.back();
+    if (buffer.substr(0, 3) == "\xEF\xBB\xBF") buffer.remove_prefix(3);  // byte order mark
+    Node root;
+    const bool isRead = isJson(path) ? readJson(buffer, file, document, root, diagnostics)
+                                     : readYaml(buffer, file, document, root, diagnostics);
+    if (!isRead) continue;
+    if (root.kind == Node::Kind::null) continue;  // an empty YAML file
+    if (root.kind != Node::Kind::mapping) {
+      diagnostics.error(root.place, {},
+                        "a mapping of parts is wanted, such as \"source\" and \"switch\", not " +
+                            std::string(kindName(root.kind)));
+      continue;
+    }
+    merge(document.root, std::move(root));
+  }
+  return document;
+}
+
+}  // namespace Agent
