@@ -1,0 +1,375 @@
+#include "agent/Schema/Warnings.h"
+
+#include <algorithm>
+#include <charconv>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "Firewall/RuleId.h"
+#include "agent/Schema/DocumentPath.h"
+#include "agent/Schema/Expansion.h"
+#include "agent/Schema/Schema.h"
+#include "agent/View/Text.h"
+
+namespace Agent {
+namespace {
+
+using Names = std::unordered_set<std::string_view>;
+
+constexpr std::string_view forwardingSegments = "forwarding-segments";
+
+const Node& nothing() {
+  static const Node none{Node::Kind::mapping, {}, {}, {}};
+  return none;
+}
+
+const Node& at(const Node& node, std::string_view name) {
+  const Node* const found = node.find(name);
+  return found == nullptr ? nothing() : *found;
+}
+
+std::string_view textAt(const Node& node, std::string_view name) { return at(node, name).text; }
+
+Names namesOf(const Node& mapping) {
+  Names names;
+  for (const Member& member : mapping.members) names.insert(member.key.text);
+  return names;
+}
+
+std::string meant(std::string_view name, const Names& known) {
+  std::vector<std::string_view> candidates(known.begin(), known.end());
+  std::sort(candidates.begin(), candidates.end());  // the first of equally near ones is told
+  return didYouMean(name, candidates);
+}
+
+bool isMissing(const Names& known, std::string_view name) {
+  return !name.empty() && known.count(name) == 0;
+}
+
+class Warner {
+ public:
+  Warner(const Node& root, const WarningLimits& limits, Diagnostics& diagnostics)
+      : root_(root),
+        limits_(limits),
+        diagnostics_(diagnostics),
+        switch_(at(root, switchPart)),
+        vrfs_(namesOf(at(switch_, "vrf"))),
+        interfaces_(namesOf(at(switch_, "intfStatus"))),
+        applications_(namesOf(at(root, "app"))),
+        expandsRules_(textAt(at(switch_, "hwCapability"), "serviceRuleSupported") != "true"),
+        hasGlobalList_(textAt(at(switch_, "hwCapability"), "globalPrefixListSupported") == "true") {
+    vrfs_.insert("default");
+    for (const Member& intf : at(switch_, "ipIntfStatus").members) {
+      routedIn_.emplace(intf.key.text, intf.value.text);
+    }
+    for (const Member& source : at(root, "source").members) {
+      const Names policies = namesOf(at(source.value, "policy"));
+      policies_.insert(policies.begin(), policies.end());
+      for (const Member& vrf : at(source.value, "vrf").members) {
+        const Names segments = namesOf(at(vrf.value, "segment"));
+        segments_[vrf.key.text].insert(segments.begin(), segments.end());
+      }
+      const Names l2 = namesOf(at(at(source.value, "l2SegmentDir"), "segment"));
+      l2Segments_.insert(l2.begin(), l2.end());
+    }
+  }
+
+  void all() {
+    applications();
+    const DocumentPath::Step step(path_, "source");
+    const Member* l2Holder = nullptr;
+    for (const Member& source : at(root_, "source").members) {
+      const DocumentPath::Step inSource(path_, source.key.text);
+      policies(at(source.value, "policy"));
+      classMaps_ = &at(source.value, "classMap");
+      {
+        const DocumentPath::Step inVrfs(path_, "vrf");
+        for (const Member& each : at(source.value, "vrf").members) vrf(each);
+      }
+      if (const Node* const directory = source.value.find("l2SegmentDir")) {
+        const DocumentPath::Step inDirectory(path_, "l2SegmentDir");
+        if (l2Holder != nullptr && textAt(source.value, "enabled") == "true" &&
+            textAt(l2Holder->value, "enabled") == "true") {
+          tell(*directory, "the source " + quoted(l2Holder->key.text) +
+                               " holds the L2 directory too; the one that is enabled last has it "
+                               "alone");
+        }
+        l2Holder = &source;
+        segments(at(*directory, "segment"), l2Segments_, {});
+      }
+    }
+    claims();
+  }
+
+ private:
+  void tell(const Node& node, std::string text) {
+    diagnostics_.warning(node.place, path_.text(), std::move(text));
+  }
+
+  void applications() {
+    const Names ports = namesOf(at(root_, "fieldSetL4Port"));
+    const Names prefixes = namesOf(at(root_, "fieldSetIpPrefix"));
+    const DocumentPath::Step step(path_, "app");
+    for (const Member& app : at(root_, "app").members) {
+      const DocumentPath::Step inApp(path_, app.key.text);
+      for (const Member& field : app.value.members) {
+        const bool isPorts = field.key.text.find("PortFieldSet") != std::string_view::npos;
+        const bool isPrefixes = field.key.text.find("PrefixFieldSet") != std::string_view::npos;
+        const Names& known = isPorts ? ports : prefixes;
+        if ((!isPorts && !isPrefixes) || !isMissing(known, field.value.text)) continue;
+        const DocumentPath::Step inField(path_, field.key.text);
+        tell(field.value, "no field set " + quoted(field.value.text) + " in " +
+                              (isPorts ? "fieldSetL4Port" : "fieldSetIpPrefix") +
+                              "; the application matches as if it named none" +
+                              meant(field.value.text, known));
+      }
+    }
+  }
+
+  void policies(const Node& policies) {
+    const DocumentPath::Step step(path_, "policy");
+    for (const Member& policy : policies.members) {
+      const DocumentPath::Step inPolicy(path_, policy.key.text);
+      const DocumentPath::Step inRules(path_, "rule");
+      for (const Member& each : at(policy.value, "rule").members) {
+        const DocumentPath::Step inRule(path_, each.key.text);
+        rule(each);
+      }
+    }
+  }
+
+  void rule(const Member& rule) {
+    const Node& service = at(rule.value, "service");
+    if (applications_.count(service.text) == 0) {
+      tell(service, "no application " + quoted(service.text) +
+                        ", so the rule makes no hardware rule" +
+                        meant(service.text, applications_));
+      return;
+    }
+    const Expansion& expansion = expansionOf(service.text);
+    if (expansion.matchesNothing()) {
+      tell(service, "the application " + quoted(service.text) +
+                        " has neither prefixes nor protocols, so the rule makes no hardware rule");
+    }
+    std::uint32_t seqnum = 0;
+    std::from_chars(rule.key.text.data(), rule.key.text.data() + rule.key.text.size(), seqnum);
+    if (expandsRules_ && seqnum > Firewall::maxRuleSeqnum) {
+      tell(rule.key, "a sequence number above " + std::to_string(Firewall::maxRuleSeqnum) +
+                         " has no place in a hardware rule's identifier; the rule makes none");
+    } else if (expandsRules_ && expansion.rules() > limits_.maxExpansion) {
+      tell(rule.key,
+           "becomes " + grouped(expansion.rules()) + " hardware rules: " + expansion.arithmetic());
+    }
+    const std::string_view nexthop = textAt(rule.value, "nexthop");
+    if (textAt(rule.value, "action") == "redirect" && (nexthop.empty() || nexthop == "none")) {
+      tell(at(rule.value, "action"), "redirects without a nexthop to send to");
+    }
+  }
+
+  const Expansion& expansionOf(std::string_view application) {
+    const auto [entry, isNew] = expansions_.try_emplace(application);
+    if (isNew) entry->second = Expansion::of(root_, application);
+    return entry->second;
+  }
+
+  void vrf(const Member& vrf) {
+    const DocumentPath::Step inVrf(path_, vrf.key.text);
+    if (vrfs_.count(vrf.key.text) == 0) {
+      tell(vrf.key, "the switch has no VRF " + quoted(vrf.key.text) +
+                        ", so nothing of it reaches the hardware" + meant(vrf.key.text, vrfs_));
+    }
+    const Names& known = segments_[vrf.key.text];
+    segments(at(vrf.value, "segment"), known, vrf.key.text);
+    const DocumentPath::Step inPrefixes(path_, "prefix");
+    for (const Member& prefix : at(vrf.value, "prefix").members) {
+      if (!isMissing(known, prefix.value.text)) continue;
+      const DocumentPath::Step inPrefix(path_, prefix.key.text);
+      tell(prefix.value, "no segment " + quoted(prefix.value.text) + " in the VRF" +
+                             meant(prefix.value.text, known));
+    }
+  }
+
+  // `vrf` is empty for the L2 directory.
+  void segments(const Node& segments, const Names& known, std::string_view vrf) {
+    const DocumentPath::Step step(path_, "segment");
+    for (const Member& segment : segments.members) {
+      const DocumentPath::Step inSegment(path_, segment.key.text);
+      links(segment.value, known);
+      lists(segment, vrf);
+      interfaces(segment.value, vrf);
+    }
+  }
+
+  void links(const Node& segment, const Names& known) {
+    for (const Member& from : at(segment, "policy").members) {
+      const DocumentPath::Step inPolicy(path_, "policy");
+      const DocumentPath::Step inFrom(path_, from.key.text);
+      if (from.key.text != forwardingSegments && isMissing(known, from.key.text)) {
+        tell(from.key, "no segment " + quoted(from.key.text) +
+                           " here, so traffic from it is not judged" + meant(from.key.text, known));
+      }
+      missingPolicy(from.value);
+    }
+    if (const Node* const fallback = segment.find("fallbackPolicy")) {
+      const DocumentPath::Step inFallback(path_, "fallbackPolicy");
+      missingPolicy(*fallback);
+    }
+  }
+
+  void missingPolicy(const Node& policy) {
+    if (!isMissing(policies_, policy.text)) return;
+    tell(policy, "no policy " + quoted(policy.text) + ", so the link is not made" +
+                     meant(policy.text, policies_));
+  }
+
+  void lists(const Member& segment, std::string_view vrf) {
+    for (const bool isIpv4 : {true, false}) {
+      const std::string_view field = isIpv4 ? "prefixIpv4Ml" : "prefixIpv6Ml";
+      const Node* const source = segment.value.find(field);
+      if (source == nullptr || source->text == "none") continue;
+      const std::size_t colon = source->text.find(':');
+      const bool isMatchList = source->text.substr(0, colon) == "matchList";
+      const std::string_view name = source->text.substr(colon + 1);
+      const std::string_view part = isMatchList
+                                        ? isIpv4 ? "matchIpv4PrefixList" : "matchIpv6PrefixList"
+                                    : isIpv4 ? "prefixList"
+                                             : "ipv6PrefixList";
+      const DocumentPath::Step inField(path_, field);
+      const Node& all = at(root_, part);
+      const Node* const list = all.find(name);
+      if (list == nullptr) {
+        tell(*source, "no list " + quoted(name) + " in " + std::string(part) +
+                          ", so the segment has no prefixes of it" + meant(name, namesOf(all)));
+      } else if (!vrf.empty()) {
+        claim(vrf, segment.key, *source, *list);
+      }
+    }
+  }
+
+  void interfaces(const Node& segment, std::string_view vrf) {
+    const std::string_view className = textAt(segment, "className");
+    if (className.empty()) return;
+    const DocumentPath::Step inField(path_, interfacesField);
+    for (const Member& intf : at(at(*classMaps_, className), "intfVlanData").members) {
+      const DocumentPath::Step inIntf(path_, intf.key.text);
+      if (interfaces_.count(intf.key.text) == 0) {
+        tell(intf.key, "the switch has no interface " + quoted(intf.key.text) +
+                           meant(intf.key.text, interfaces_));
+        continue;
+      }
+      if (vrf.empty()) continue;
+      const auto routed = routedIn_.find(intf.key.text);
+      if (routed == routedIn_.end()) {
+        tell(intf.key, "is not routed, so it does not belong to a segment of a VRF");
+      } else if (routed->second != vrf) {
+        tell(intf.key,
+             "is routed in the VRF " + quoted(routed->second) + ", not in " + quoted(vrf));
+      }
+    }
+  }
+
+  struct Claim {
+    std::string_view segment;
+    const Node* source;
+    bool isTold;
+  };
+
+  // Notes which segment claims a prefix of the list first.
+  void claim(std::string_view vrf, const Node& segment, const Node& source, const Node& list) {
+    auto& claims = claims_[vrf];
+    const auto one = [&](std::string_view prefix) {
+      const auto [entry, isNew] = claims.try_emplace(prefix, Claim{segment.text, &source, false});
+      if (isNew || entry->second.segment == segment.text) return;
+      doubles_.push_back({prefix, segment.text, &source, &entry->second, vrf});
+    };
+    for (const Member& subnet : at(list, "subnets").members) one(subnet.key.text);
+    for (const char* entries : {"prefixEntry", "ipv6PrefixEntry"}) {
+      for (const Member& entry : at(list, entries).members) {
+        if (textAt(entry.value, "action") == "permit") one(textAt(entry.value, "prefix"));
+      }
+    }
+  }
+
+  struct Double {
+    std::string_view prefix;
+    std::string_view segment;
+    const Node* source;
+    const Claim* first;
+    std::string_view vrf;
+  };
+
+  // One line for each pair of segments, with the first prefix and the count.
+  void claims() {
+    struct Told {
+      const Double* first;
+      std::size_t count;
+    };
+    std::vector<Told> pairs;
+    for (const Double& each : doubles_) {
+      bool isKnown = false;
+      for (Told& told : pairs) {
+        if (told.first->source != each.source ||
+            told.first->first->segment != each.first->segment) {
+          continue;
+        }
+        ++told.count;
+        isKnown = true;
+      }
+      if (!isKnown) pairs.push_back({&each, 1});
+    }
+    for (const Told& told : pairs) {
+      const Double& each = *told.first;
+      std::string text = std::string(each.prefix);
+      if (told.count > 1) text += " and " + counted(told.count - 1, "more prefix") + "es";
+      text += " of this list: the segment " + quoted(each.first->segment) + " claims the same; ";
+      const std::string_view owner = globalOwner(each.vrf, each.prefix);
+      if (!hasGlobalList_) {
+        text += "both hold it, for the hardware has no VRF-wide list";
+      } else if (!owner.empty()) {
+        text += quoted(owner) + " owns it by the VRF's global prefixes";
+      } else {
+        text += quoted(each.first->segment) + " owns it in the VRF-wide list, as the first";
+      }
+      diagnostics_.warning(each.source->place,
+                           "vrf/" + std::string(each.vrf) + "/segment/" + std::string(each.segment),
+                           std::move(text));
+    }
+  }
+
+  std::string_view globalOwner(std::string_view vrf, std::string_view prefix) const {
+    for (const Member& source : at(root_, "source").members) {
+      const std::string_view owner = textAt(at(at(at(source.value, "vrf"), vrf), "prefix"), prefix);
+      if (!owner.empty()) return owner;
+    }
+    return {};
+  }
+
+  const Node& root_;
+  const WarningLimits& limits_;
+  Diagnostics& diagnostics_;
+  DocumentPath path_;
+  const Node& switch_;
+  Names vrfs_;
+  Names interfaces_;
+  Names applications_;
+  Names policies_;
+  Names l2Segments_;
+  std::unordered_map<std::string_view, Names> segments_;             // by VRF
+  std::unordered_map<std::string_view, std::string_view> routedIn_;  // interface to VRF
+  std::unordered_map<std::string_view, Expansion> expansions_;       // by application
+  std::unordered_map<std::string_view, std::unordered_map<std::string_view, Claim>> claims_;
+  std::vector<Double> doubles_;
+  const Node* classMaps_ = &nothing();
+  bool expandsRules_;
+  bool hasGlobalList_;
+};
+
+}  // namespace
+
+void warn(const Node& root, const WarningLimits& limits, Diagnostics& diagnostics) {
+  Warner(root, limits, diagnostics).all();
+}
+
+}  // namespace Agent
