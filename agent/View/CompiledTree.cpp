@@ -1,0 +1,22 @@
+#include "agent/View/CompiledTree.h"
+
+#include "agent/View/TreeWriter.h"
+
+namespace Agent {
+
+std::string compiledTree(const Store& store, bool asJson) {
+  std::string text;
+  const auto writer = asJson ? TreeWriter::json(text) : TreeWriter::yaml(text);
+  writer->begin();
+  writer->key("schema_version");
+  writer->number(compiledSchemaVersion);
+  writer->key("hwConfig");
+  writer->object(*store.hwConfig);
+  writer->key("status");
+  writer->object(*store.status);
+  writer->end();
+  writer->done();
+  return text;
+}
+
+}  // namespace Agent

@@ -1,0 +1,136 @@
+#include "agent/View/Writes.h"
+
+#include <ostream>
+
+#include "agent/View/Text.h"
+#include "agent/View/TreeWriter.h"
+
+namespace Agent {
+namespace {
+
+using Kind = Kiv::TreeChange::Kind;
+
+constexpr std::string_view kindName(Kind kind) {
+  return kind == Kind::added ? "added" : kind == Kind::changed ? "changed" : "removed";
+}
+
+// "policy/web" of "policy/web/rule/1", "vrf/red/segment/a" of what is below that segment.
+std::string objectOf(const std::string& path) {
+  const auto cut = [&path](std::size_t steps) {
+    std::size_t at = 0;
+    for (; steps > 0 && at != std::string::npos; --steps) at = path.find('/', at == 0 ? 0 : at + 1);
+    return at == std::string::npos ? path : path.substr(0, at);
+  };
+  if (path.rfind("vrf/", 0) == 0) return cut(path.find("/segment/") != std::string::npos ? 4 : 2);
+  if (path.rfind("l2Seg/segment/", 0) == 0) return cut(3);
+  if (path.rfind("policy/", 0) == 0 || path.rfind("services/", 0) == 0) return cut(2);
+  return cut(1);
+}
+
+}  // namespace
+
+void WriteRecord::onChange(const Kiv::TreeChange& change) {
+  std::string value;
+  if (change.attribute.child == nullptr && change.attribute.value != nullptr) {
+    value = valueText(*change.attribute.value, change.value);
+  }
+  const auto [entry, isNew] = histories_.try_emplace(change.path);
+  History& history = entry->second;
+  if (isNew && change.kind != Kind::added) {
+    // The text before is known of what went; of a changed value it is what the pointer says.
+    history.before = value;
+    if (change.kind == Kind::changed && change.attribute.value != nullptr &&
+        change.change.previous != nullptr) {
+      history.before =
+          valueText(*change.attribute.value, change.attribute.value->text(change.change.previous));
+    }
+  }
+  if (change.kind == Kind::removed) {
+    history.wasAway = true;
+    history.now.reset();
+  } else {
+    history.now = value;
+  }
+  writes_.push_back({change.kind, change.path, change.kind == Kind::removed ? "" : value,
+                     hwConfig_->updateInProgress()});
+}
+
+std::vector<std::string> WriteRecord::putBack() const {
+  std::vector<std::string> paths;
+  for (const auto& [path, history] : histories_) {
+    if (history.wasAway && history.before && history.now == history.before) paths.push_back(path);
+  }
+  return paths;
+}
+
+void WriteRecord::printText(std::ostream& out, bool color) const {
+  struct Sum {
+    std::size_t added = 0;
+    std::size_t changed = 0;
+    std::size_t removed = 0;
+  };
+  std::map<std::string, Sum> sums;
+  std::size_t inProgress = 0;
+  for (const Write& write : writes_) {
+    Sum& sum = sums[objectOf(write.path)];
+    ++(write.kind == Kind::added     ? sum.added
+       : write.kind == Kind::changed ? sum.changed
+                                     : sum.removed);
+    if (write.inProgress) ++inProgress;
+    const char sign = write.kind == Kind::added ? '+' : write.kind == Kind::changed ? '~' : '-';
+    if (color) out << (sign == '+' ? "\x1b[32m" : sign == '-' ? "\x1b[31m" : "\x1b[33m");
+    out << sign << (write.inProgress ? "* " : "  ") << write.path;
+    if (!write.value.empty()) out << " = " << write.value;
+    out << (color ? "\x1b[0m\n" : "\n");
+  }
+  if (writes_.empty()) {
+    out << "no writes\n";
+    return;
+  }
+  out << '\n'
+      << counted(writes_.size(), "write") << ", " << grouped(inProgress)
+      << " while updateInProgress was true (marked *)\n";
+  for (const auto& [object, sum] : sums) {
+    out << "  " << object << ": +" << sum.added << " ~" << sum.changed << " -" << sum.removed
+        << '\n';
+  }
+  const std::vector<std::string> back = putBack();
+  if (back.empty()) return;
+  out << '\n'
+      << "the same in both, but taken away and put back on the way: " << back.size() << '\n';
+  for (const std::string& path : back) out << "  " << path << '\n';
+}
+
+void WriteRecord::printJsonLines(std::ostream& out) const {
+  const auto line = [&out](const auto& fill) {
+    std::string text;
+    const auto writer = TreeWriter::jsonLine(text);
+    writer->begin();
+    fill(*writer);
+    writer->end();
+    writer->done();
+    out << text;
+  };
+  for (const Write& write : writes_) {
+    line([&write](TreeWriter& writer) {
+      writer.key("write");
+      writer.text(kindName(write.kind));
+      writer.key("path");
+      writer.text(write.path);
+      if (write.kind != Kind::removed && !write.value.empty()) {
+        writer.key("value");
+        writer.text(write.value);
+      }
+      writer.key("updateInProgress");
+      writer.boolean(write.inProgress);
+    });
+  }
+  for (const std::string& path : putBack()) {
+    line([&path](TreeWriter& writer) {
+      writer.key("putBack");
+      writer.text(path);
+    });
+  }
+}
+
+}  // namespace Agent
