@@ -13,3 +13,8 @@ if(TARGET KivFramework)
     install(TARGETS ${name} RUNTIME)
   endforeach()
 endif()
+
+# The host agent has a folder of its own.
+if(TARGET FirewallConfigSm)
+  add_subdirectory(agent)
+endif()

@@ -1,0 +1,199 @@
+// The running agent, with real files changed under it, signals and questions.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <string>
+
+#include "tests/agent/Program.h"
+
+namespace {
+
+using TestAgent::contentOf;
+using TestAgent::Folder;
+using TestAgent::Result;
+using TestAgent::run;
+using TestAgent::Running;
+
+std::string oneRule(const std::string& ports) {
+  return "source: {cli: {enabled: true, policy: {p: {rule: {10: {service: web, action: "
+         "forward}}}}}}\n"
+         "app: {web: {proto: [tcp], dstPortFieldSet: web}}\n"
+         "fieldSetL4Port: {web: {ports: [" +
+         ports + "]}}\n";
+}
+
+class RunTest : public ::testing::Test {
+ protected:
+  std::string socket() const { return folder_.path() + "/socket"; }
+  std::vector<std::string> words(const std::string& file, std::vector<std::string> more = {}) {
+    std::vector<std::string> result{"run", "--socket", socket(), file};
+    result.insert(result.end(), more.begin(), more.end());
+    return result;
+  }
+  Result ask(std::vector<std::string> question) const {
+    question.insert(question.begin() + 1, {"--socket", socket()});
+    return run(question);
+  }
+
+  Folder folder_;
+};
+
+TEST_F(RunTest, ShowsAnyObjectOfTheStore) {
+  Running agent(words(folder_.file("a.yaml", oneRule("80"))));
+  EXPECT_NE(agent.waitFor("ready").find(socket()), std::string::npos);
+  EXPECT_NE(ask({"show"}).out.find("hwConfig\n"), std::string::npos);
+  EXPECT_NE(ask({"show"}).out.find("source/cli\n"), std::string::npos);
+  EXPECT_EQ(ask({"show", "source/cli/enabled"}).out, "true\n");
+  EXPECT_EQ(ask({"show", "source/cli/policy/p/rule/10"}).out,
+            "service=web,action=forward,log=false,nexthop=none\n");
+  EXPECT_NE(ask({"show", "hwConfig/policy/p"}).out.find("\"41943041\": {"), std::string::npos);
+  const Result missing = ask({"show", "hwConfig/policy/q"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.out, "there is no \"hwConfig/policy/q\"\n");
+  EXPECT_EQ(ask({"show", "nothing"}).status, 1);
+  EXPECT_EQ(ask({"show", "hwConfig/nothing/x"}).status, 2);
+}
+
+TEST_F(RunTest, ShowsItsStats) {
+  Running agent(words(folder_.file("a.yaml", oneRule("80"))));
+  agent.waitFor("ready");
+  const std::string stats = ask({"show", "stats"}).out;
+  EXPECT_NE(stats.find("Firewall::FwPolicy"), std::string::npos);
+  EXPECT_NE(stats.find("0 commits, 0 refused"), std::string::npos) << stats;
+}
+
+TEST_F(RunTest, CommitsAChangedFileWhenItWatches) {
+  const std::string file = folder_.file("a.yaml", oneRule("80"));
+  Running agent(words(file, {"--watch"}));
+  agent.waitFor("ready");
+  folder_.file("a.yaml", oneRule("81"));
+  const std::string line = agent.waitFor("committed");
+  EXPECT_NE(line.find("committed: 2 changes, "), std::string::npos) << line;
+  EXPECT_NE(ask({"show", "hwConfig/policy/p/rule/41943041"}).out.find("dstPort=81"),
+            std::string::npos);
+}
+
+TEST_F(RunTest, CommitsAChangeInAWatchedFolder) {
+  folder_.file("conf/a.yaml", oneRule("80"));
+  Running agent(words(folder_.path() + "/conf", {"--watch"}));
+  agent.waitFor("ready");
+  folder_.file("conf/b.yaml", "app: {more: {}}\n");
+  EXPECT_NE(agent.waitFor("committed").find("committed: 1 change, "), std::string::npos);
+}
+
+TEST_F(RunTest, CommitsAtSighup) {
+  const std::string file = folder_.file("a.yaml", oneRule("80"));
+  Running agent(words(file));
+  agent.waitFor("ready");
+  folder_.file("a.yaml", oneRule("80, 90"));
+  agent.signal(SIGHUP);
+  EXPECT_NE(agent.waitFor("committed").find("committed: 1 change, "), std::string::npos);
+  agent.signal(SIGHUP);
+  EXPECT_NE(agent.waitFor("committed").find("committed: 0 changes, 0 writes"), std::string::npos);
+}
+
+TEST_F(RunTest, RefusesABadCandidateWholeAndKeepsWhatRuns) {
+  const std::string file = folder_.file("a.yaml", oneRule("80"));
+  Running agent(words(file, {"--watch"}));
+  agent.waitFor("ready");
+  const std::string before = ask({"show", "hwConfig"}).out;
+  folder_.file("a.yaml", oneRule("90, x"));
+  EXPECT_NE(agent.waitFor("error:").find("a.yaml:3:"), std::string::npos);
+  agent.waitFor("refused; the running configuration stays");
+  EXPECT_EQ(ask({"show", "hwConfig"}).out, before);
+  EXPECT_NE(ask({"show", "stats"}).out.find("0 commits, 1 refused"), std::string::npos);
+  folder_.file("a.yaml", oneRule("90"));
+  agent.waitFor("committed");
+}
+
+TEST_F(RunTest, EndsCleanlyAtSigterm) {
+  Running agent(words(folder_.file("a.yaml", oneRule("80"))));
+  agent.waitFor("ready");
+  agent.signal(SIGTERM);
+  EXPECT_EQ(agent.wait(), 0);
+  const Result nobody = ask({"show"});
+  EXPECT_EQ(nobody.status, 3);
+  EXPECT_NE(nobody.err.find("no agent answers"), std::string::npos);
+}
+
+TEST_F(RunTest, LeavesAReadableFlightRecorderWhenItIsKilled) {
+  const std::string trace = folder_.path() + "/trace";
+  const std::string file = folder_.file("a.yaml", oneRule("80"));
+  {
+    Running agent(words(file, {"--flight-recorder", trace}));
+    agent.waitFor("ready");
+    agent.signal(SIGKILL);
+    EXPECT_EQ(agent.wait(), 128 + SIGKILL);
+  }
+  const Result read = TestAgent::runProgram(FLEETLOG_PROGRAM, {trace});
+  EXPECT_EQ(read.status, 0);
+  EXPECT_NE(read.out.find("Inserted new rule with ruleId=41943041"), std::string::npos);
+  Running next(words(file));  // takes over the socket that was left
+  EXPECT_NE(next.waitFor("ready").find("ready"), std::string::npos);
+}
+
+TEST_F(RunTest, TwoAgentsDoNotShareASocket) {
+  const std::string file = folder_.file("a.yaml", oneRule("80"));
+  Running agent(words(file));
+  agent.waitFor("ready");
+  const Result second = run({"run", "--socket", socket(), file});
+  EXPECT_EQ(second.status, 3);
+  EXPECT_NE(second.err.find("an agent is running there already"), std::string::npos);
+}
+
+TEST_F(RunTest, DoesNotTakeTheNameOfAFile) {
+  const std::string file = folder_.file("a.yaml", oneRule("80"));
+  EXPECT_EQ(run({"run", "--socket", file, file}).status, 3);
+  EXPECT_EQ(contentOf(file), oneRule("80"));
+}
+
+TEST_F(RunTest, IsRefusedAtTheStartWithABadConfiguration) {
+  EXPECT_EQ(run({"run", "--socket", socket(), folder_.file("a.yaml", "x: 1\n")}).status, 2);
+}
+
+TEST_F(RunTest, VerifiesThatItsOutputIsWhatItWouldBe) {
+  Running agent(words("examples/campus"));
+  agent.waitFor("ready");
+  const Result verified = ask({"verify"});
+  EXPECT_EQ(verified.status, 0);
+  EXPECT_EQ(verified.out, "the output is what its configuration makes\n");
+}
+
+// Two segments claim a prefix; the file's order says who would be first from nothing.
+std::string claimedBy(const std::string& segments) {
+  return "switch: {hwCapability: {globalPrefixListSupported: true}}\n"
+         "matchIpv4PrefixList: {l: {subnets: [10.0.0.0/8]}}\n"
+         "source: {cli: {enabled: true, vrf: {default: {segment: {" +
+         segments + "}}}}}\n";
+}
+
+TEST_F(RunTest, VerifyExplainsWhatTheWayDecidedAndResyncUndoesIt) {
+  const std::string claimer = "{prefixIpv4Ml: 'matchList:l'}";
+  const std::string file = folder_.file("a.yaml", claimedBy("a: {}, b: " + claimer));
+  Running agent(words(file));
+  agent.waitFor("ready");
+  folder_.file("a.yaml", claimedBy("a: " + claimer + ", b: " + claimer));
+  agent.signal(SIGHUP);
+  agent.waitFor("committed");
+  const Result differs = ask({"verify"});
+  EXPECT_EQ(differs.status, 1);
+  EXPECT_EQ(differs.out,
+            "vrf/default/prefixList/10.0.0.0%2F8: is b, would be a\n"
+            "    explained: of several segments with a prefix the first that claimed it owns it\n"
+            "1 difference\n");
+  EXPECT_NE(ask({"resync"}).out.find(" writes\n"), std::string::npos);
+  EXPECT_EQ(ask({"verify"}).status, 0);
+}
+
+TEST_F(RunTest, SetsTraceLevels) {
+  const std::string file = folder_.file("a.yaml", oneRule("80"));
+  Running agent(words(file));
+  agent.waitFor("ready");
+  EXPECT_EQ(ask({"trace-level", "Firewall/*", "5"}).status, 0);
+  EXPECT_EQ(ask({"trace-level", "Firewall/*", "11"}).status, 2);
+  folder_.file("a.yaml", "");
+  agent.signal(SIGHUP);
+  EXPECT_NE(agent.waitFor("Deleting RootSm").find("5 Firewall/"), std::string::npos);
+}
+
+}  // namespace
