@@ -1,8 +1,9 @@
 // The sibling reactor of application recognition: it keeps the version of every application
 // profile.
 //
-//   auto sm = Firewall::AppRecogConfigSm::AppRecogConfigSmIs(appRecConfig, appRecStatus,
-//   fieldSetConfig); sm->hasNotificationActiveIs(true);
+//   using Firewall::AppRecogConfigSm;
+//   auto sm = AppRecogConfigSm::AppRecogConfigSmIs(appRecConfig, appRecStatus, fieldSetConfig);
+//   sm->hasNotificationActiveIs(true);
 //
 // `versionForAppProfile[name]` of the status rises by one whenever the application of that name, or
 // a field set that it names, was added, changed or removed; when the application goes, so does the

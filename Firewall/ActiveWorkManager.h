@@ -1,10 +1,8 @@
 // Tells the consumer of the output that it is in flux.
 //
-//   ActiveWorkManager::Handle work(activeWorkManager);   // HwConfig.updateInProgress is true from
-//   here
+//   ActiveWorkManager::Handle work(activeWorkManager);  // HwConfig.updateInProgress is true
 //   ...
-//   work.handleDestroyed();                              // false again, when no other handle is
-//   open
+//   work.handleDestroyed();                             // false, when no other handle is open
 //
 // There is one manager in a tree of reactors. Every piece of work that replays or tears down much
 // of the configuration holds a handle while it runs; handles nest freely, and `updateInProgress`

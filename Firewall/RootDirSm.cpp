@@ -4,6 +4,7 @@
 
 #include "Firewall/Sources.h"
 #include "Firewall/Trace.h"
+#include "framework/Kiv/Deferred.h"
 
 KIV_REACTOR_DEFINE(Firewall::RootDirSm)
 
@@ -51,8 +52,10 @@ void RootDirSm::handleInitialized() {
   ActiveWorkManager::Handle work(activeWorkManager());
   cleanupOutput();
   initialized_ = true;
-  for (auto entry = fwConfigDir->entityPtrIteratorConst(); entry; ++entry) {
-    handleConfigurationSource(entry.key());
+  if (fwConfigDir) {
+    for (auto entry = fwConfigDir->entityPtrIteratorConst(); entry; ++entry) {
+      handleConfigurationSource(entry.key());
+    }
   }
   work.handleDestroyed();
 }
@@ -65,7 +68,7 @@ void RootDirSm::handleConfigurationSource(const Pith::String& name) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
-  if (const auto config = fwConfigDir->entityPtrAs<Config>(name)) {
+  if (const auto config = fwConfigDir ? fwConfigDir->entityPtrAs<Config>(name) : nullptr) {
     rootFeatureSmIs(name, fwConfigDir, config, outFirewallConfig, firewallStatus, intfStatusDir,
                     ipStatus, matchListConfigDir, appRecConfig, fieldSetConfig, appRecStatus,
                     hwCapability, this, aclListConfig);
@@ -77,25 +80,39 @@ void RootDirSm::handleConfigurationSource(const Pith::String& name) {
 void RootDirSm::evaluateHwConfigEnableStatus() {
   static constexpr Twinlog::Function fn("void Firewall::RootDirSm::evaluateHwConfigEnableStatus()");
   TWINLOG_FN(facility, 8, fn, ": ");
-  const bool active = anySource(
-      *fwConfigDir, [](const Pith::String&, const auto& config) { return config->enabled(); });
+  const auto isAnyEnabled = [this] {
+    return fwConfigDir && anySource(*fwConfigDir, [](const Pith::String&, const auto& config) {
+             return config->enabled();
+           });
+  };
+  const bool active = isAnyEnabled();
+  Kiv::Deferred steps;
   if (active) {
-    appRecogConfigSmIs(appRecConfig, appRecStatus, fieldSetConfig);
+    steps.run([this] { appRecogConfigSmIs(appRecConfig, appRecStatus, fieldSetConfig); });
   } else {
     appRecogConfigSmDel();
-    cleanupOutput();
+    steps.run([this] { cleanupOutput(); });
   }
-  TWINLOG_FN(facility, 5, fn, " Setting active status: %s", active);
-  outFirewallConfig->activeIs(active);
+  if (active != isAnyEnabled()) {  // a subscriber changed that meanwhile
+    steps.run([this] { evaluateHwConfigEnableStatus(); });
+  } else {
+    TWINLOG_FN(facility, 5, fn, " Setting active status: %s", active);
+    steps.run([&] { outFirewallConfig->activeIs(active); });
+  }
+  steps.rethrow();
 }
 
 void RootDirSm::cleanupOutput() {
-  outFirewallConfig->activeIs(false);
-  outFirewallConfig->vrfDelAll();
-  outFirewallConfig->policyDelAll();
-  outFirewallConfig->l2SegDel();
-  outFirewallConfig->servicesDelAll();
-  firewallStatus->serviceDelAll();
+  Kiv::Deferred steps;  // whatever a subscriber throws, it is empty afterwards
+  steps.run([this] { outFirewallConfig->activeIs(false); });
+  if (!outFirewallConfig->active()) {  // else a subscriber had another source take over
+    steps.run([this] { outFirewallConfig->vrfDelAll(); });
+    steps.run([this] { outFirewallConfig->policyDelAll(); });
+    steps.run([this] { outFirewallConfig->l2SegDel(); });
+    steps.run([this] { outFirewallConfig->servicesDelAll(); });
+    steps.run([this] { firewallStatus->serviceDelAll(); });
+  }
+  steps.rethrow();
 }
 
 void RootDirSm::cleanup() {

@@ -1,15 +1,17 @@
 // The top of the reactor tree and the library's entry.
 //
-//   auto root = Firewall::rootDirSmFactory(fwConfigDir, hwConfig, status, ...);   // once, and keep
-//   it
+//   auto root = Firewall::rootDirSmFactory(fwConfigDir, hwConfig, status, ...);  // once; keep it
 //   ...
-//   root->cleanup();                                                              // before it is
-//   dropped
+//   root->cleanup();                                             // before it is dropped
 //
 // Every entry of the configuration directory that is a Firewall::Config is one configuration
 // source. There is one RootFeatureEnableSm for each; the output is active while any source is
-// enabled, and empty otherwise. What a source asks for is the work of the reactors below.
+// enabled, and empty otherwise. What a source asks for is the work of the reactors below. A source
+// whose configuration cannot be replayed leaves nothing behind: the exception reaches who enabled
+// it, and it is tried again when it is disabled and enabled.
 #pragma once
+
+#include <utility>
 
 #include "AppRecognition/AppRecogConfigSm.h"
 #include "Firewall/ActiveWorkManager.h"
@@ -104,7 +106,8 @@ class PITH_EXPORT RootDirSm final : public Kiv::Reactor<RootDirSm, RootDirSmAttr
 
   void handleInitialized();
   void handleConfigurationSource(const Pith::String& name);
-  // Decides whether the output is active, and empties it when it is not.
+  // Decides whether the output is active, and empties it when it is not. The global switches of the
+  // output stand.
   void evaluateHwConfigEnableStatus();
   // Takes the sources down and empties the output. A second time it changes nothing.
   void cleanup();

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "Firewall/RootDirSm.h"
+#include "Firewall/Sources.h"
 #include "Firewall/Trace.h"
 #include "framework/Kiv/Deferred.h"
 
@@ -34,10 +35,21 @@ void RootFeatureEnableSm::handleFeatureStatus() {
   TWINLOG_FN(facility, 8, fn, " enabled: %s", inConfig->enabled());
   if (inConfig->enabled()) {
     TWINLOG_FN(facility, 5, fn, " Creating RootSm: %s", configSource);
-    rootSmIs(configSource, fwConfigDir, inConfig, outFirewallConfig, firewallStatus, intfStatusDir,
-             ipStatus, matchListConfigDir, appRecConfig, fieldSetConfig, appRecStatus, hwCapability,
-             aclListConfig, activeWorkManager);
-    rootDirSm->evaluateHwConfigEnableStatus();
+    Kiv::Deferred steps;
+    steps.run([this] {
+      rootSmIs(configSource, fwConfigDir, inConfig, outFirewallConfig, firewallStatus,
+               intfStatusDir, ipStatus, matchListConfigDir, appRecConfig, fieldSetConfig,
+               appRecStatus, hwCapability, aclListConfig, activeWorkManager);
+    });
+    steps.run([this] {
+      if (rootSm()) {
+        rootDirSm->evaluateHwConfigEnableStatus();
+        if (!inConfig->enabled()) handleFeatureStatus();  // a subscriber disabled it meanwhile
+      } else if (!isAnotherEnabled()) {
+        rootDirSm->cleanupOutput();  // what it compiled before it failed
+      }
+    });
+    steps.rethrow();
     return;
   }
   const Pith::Ptr<RootSm> child = rootSm();
@@ -49,6 +61,12 @@ void RootFeatureEnableSm::handleFeatureStatus() {
   steps.run([&child] { child->cleanup(); });
   steps.run([this] { rootSmDel(); });
   steps.rethrow();
+}
+
+bool RootFeatureEnableSm::isAnotherEnabled() const {
+  return anySource(*fwConfigDir, [this](const Pith::String&, const auto& config) {
+    return config != inConfig && config->enabled();
+  });
 }
 
 void RootFeatureEnableSm::cleanup() {

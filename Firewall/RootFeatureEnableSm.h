@@ -64,6 +64,7 @@ class PITH_EXPORT RootFeatureEnableSm final
  private:
   explicit RootFeatureEnableSm(RootFeatureEnableSmAttributes attributes);
   void start();
+  bool isAnotherEnabled() const;
 
   Kiv::Subscription<&RootFeatureEnableSm::inConfigDispatch> inConfigSubscription_;
   bool initialized_ = false;

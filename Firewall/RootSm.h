@@ -12,7 +12,7 @@
 //   RootSmAppProfile.cpp   application profiles, which become services
 //   RootSmClassMap.cpp     class maps: interfaces and VLAN ranges
 //
-// Before handleInitialized() has begun, handlers do nothing.
+// Before handleInitialized() has begun, and once cleanup() has, handlers do nothing.
 #pragma once
 
 #include <cstdint>

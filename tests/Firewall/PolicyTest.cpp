@@ -257,17 +257,17 @@ TEST_F(PolicyTest, PolicyRemovedAndMadeAgainIsCompiledAnew) {
 }
 
 TEST_F(PolicyTest, EverythingIsCompiledThoughASubscriberThrows) {
-  config().enabledIs(false);
   rule(policy("web"), 7, "icmp");
   rule(policy("web"), 8, "icmp");
   rule(policy("mail"), 9, "icmp");
   service("icmp", 1);
+  sw().hwConfig->policyDelAll();
   const Reaction reaction(*sw().hwConfig,
                           [](Pith::FieldId field, const void*, const Pith::Change&) {
                             if (field == Firewall::HwConfig::policyField)
                               throw std::runtime_error("subscriber");
                           });
-  EXPECT_THROW(config().enabledIs(true), std::runtime_error);
+  EXPECT_THROW(rootSm().handlePolicy(), std::runtime_error);
   ASSERT_TRUE(sw().hwConfig->policyHas("web") && sw().hwConfig->policyHas("mail"));
   EXPECT_EQ(fwPolicy("web")->rule().size(), 2U);
   EXPECT_EQ(fwPolicy("mail")->rule().size(), 1U);

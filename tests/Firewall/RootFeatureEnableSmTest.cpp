@@ -4,11 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "framework/Pith/Publisher.h"
 #include "tests/support/FullConfiguration.h"
 #include "tests/support/Reinstantiation.h"
 #include "tests/support/Switch.h"
@@ -136,6 +134,18 @@ TEST_F(RootFeatureEnableSmTest, DeletingTheEnabledEntryTearsTheRootSmDownAndReEv
   sw().checkAtRest();
 }
 
+TEST_F(RootFeatureEnableSmTest, CleanupTakesTheRootSmDownThenEvaluates) {
+  const auto cli = sw().source("cli");
+  cli->enabledIs(true);
+  sw().start();
+  const TraceCapture traces;
+  sw().fwConfigDir->entityDel("cli");
+  EXPECT_THAT(
+      functions(traces, {"handleConfigurationSource", "cleanup", "evaluateHwConfigEnableStatus"}),
+      ElementsAre("handleConfigurationSource", "cleanup", "cleanup",
+                  "evaluateHwConfigEnableStatus"));
+}
+
 TEST_F(RootFeatureEnableSmTest, SecondCleanupChangesNothing) {
   sw().source("cli")->enabledIs(true);
   sw().start();
@@ -196,54 +206,6 @@ TEST_F(RootFeatureEnableSmTest, FactoriesTakeTheArgumentsInOrder) {
   EXPECT_EQ(rootSm->attributes().configSource, "cli");
   EXPECT_TRUE(rootSm->initialized());
   rootSm->cleanup();
-}
-
-// Throws at the n-th notification of the output, once.
-class ThrowsOnce {
- public:
-  ThrowsOnce(const Firewall::HwConfig::Ptr& hwConfig, int n) : left_(n) {
-    hwConfig->publisher().subscriberAdd(subscriber_);
-  }
-  bool threw() const { return left_ == 0; }
-
- private:
-  static void dispatch(void* self, Pith::Publisher*, Pith::Subscriber*, Pith::FieldId, const void*,
-                       const Pith::Change*) {
-    auto* const thrower = static_cast<ThrowsOnce*>(self);
-    if (thrower->left_ > 0 && --thrower->left_ == 0) throw std::runtime_error("refused");
-  }
-  int left_;
-  Pith::Subscriber subscriber_{this, &dispatch};
-};
-
-TEST_F(RootFeatureEnableSmTest, SubscriberThatThrowsAtAnyWriteLeavesTheTreeWhole) {
-  TestSupport::shareConfiguration(sw());
-  const auto cli = TestSupport::fullSource(sw(), "cli");
-  sw().start();
-  bool threw = true;
-  for (int n = 1; threw; ++n) {
-    {
-      const ThrowsOnce thrower(sw().hwConfig, n);
-      for (const bool enabled : {true, false}) {
-        try {
-          cli->enabledIs(enabled);
-        } catch (const std::runtime_error&) {
-          EXPECT_FALSE(sw().hwConfig->updateInProgress()) << n;
-        }
-      }
-      threw = thrower.threw();
-    }
-    ASSERT_EQ(sw().root->activeWorkManager()->activeHandles(), 0U) << n;
-    // The next change is handled as if nothing had happened.
-    cli->enabledIs(true);
-    ASSERT_TRUE(sw().hwConfig->active()) << n;
-    ASSERT_EQ(sw().hwConfig->vrf().size(), 3U) << n;
-    ASSERT_EQ(sw().hwConfig->services().size(), 3U) << n;
-    ASSERT_FALSE(sw().hwConfig->policy("web-only")->rule().empty()) << n;
-    cli->enabledIs(false);
-    ASSERT_TRUE(sw().hwConfig->vrf().empty()) << n;
-    ASSERT_FALSE(sw().hwConfig->updateInProgress()) << n;
-  }
 }
 
 }  // namespace
