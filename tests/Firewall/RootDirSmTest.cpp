@@ -4,12 +4,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "framework/Kiv/Errors.h"
 #include "framework/Kiv/Inspector.h"
+#include "framework/Kiv/TreeWatcher.h"
 #include "framework/Pith/Publisher.h"
 #include "tests/support/FullConfiguration.h"
 #include "tests/support/Reinstantiation.h"
@@ -197,6 +199,23 @@ TEST_F(RootDirSmTest, CleanupTakesTheSourcesDownAndEmptiesTheOutput) {
   sw().checkAtRest();
 }
 
+TEST_F(RootDirSmTest, CleanupTakesEachSourceDownThenEmptiesTheOutputUnderOneHandle) {
+  for (const char* name : {"cli", "api"}) {
+    sw().ipStatus->vrfIs(L3::VrfName(name));
+    const auto config = sw().source(name);
+    config->vrfIs(name);
+    config->policyIs("p");
+    config->enabledIs(true);
+  }
+  sw().start();
+  sw().recorder.take();
+  const TraceCapture traces(8);
+  sw().root->cleanup();
+  EXPECT_THAT(sw().recorder.take(),
+              ElementsAre(begun, "- vrf/cli", "- vrf/api", "~ active = false", "- policy/p", done));
+  EXPECT_EQ(traces.count(6, "Handle", "set updateInProgress to true"), 1U);
+}
+
 TEST_F(RootDirSmTest, SecondCleanupChangesNothingAndNoSourceComesBack) {
   sw().source("cli")->enabledIs(true);
   sw().start();
@@ -245,6 +264,75 @@ TEST_F(RootDirSmTest, WorkManagerIsCreatedOnceAndForOneOutput) {
   EXPECT_EQ(sw().rootSm("cli")->attributes().activeWorkManager, manager);
 }
 
+// Looks at what is there when an attribute of the output itself is written.
+class Looker {
+ public:
+  Looker(const Firewall::HwConfig::Ptr& hwConfig, std::function<void(Pith::FieldId)> look)
+      : look_(std::move(look)) {
+    hwConfig->publisher().subscriberAdd(subscriber_);
+  }
+
+ private:
+  static void dispatch(void* self, Pith::Publisher*, Pith::Subscriber*, Pith::FieldId field,
+                       const void*, const Pith::Change*) {
+    static_cast<Looker*>(self)->look_(field);
+  }
+  std::function<void(Pith::FieldId)> look_;
+  Pith::Subscriber subscriber_{this, &dispatch};
+};
+
+TEST_F(RootDirSmTest, ServicesAreCompiledBeforeActiveRises) {
+  sw().application("web", 6);
+  const auto cli = sw().source("cli");
+  sw().start();
+  sw().recorder.take();
+  cli->enabledIs(true);
+  const auto lines = sw().recorder.take();
+  ASSERT_THAT(lines, ::testing::Contains("+ services/web"));
+  EXPECT_EQ(lines.back(), "~ active = true");
+}
+
+TEST_F(RootDirSmTest, ApplicationRecognitionGoesBeforeTheOutputIsEmptied) {
+  const auto cli = sw().source("cli");
+  cli->enabledIs(true);
+  sw().start();
+  bool seen = false;
+  const Looker looker(sw().hwConfig, [&](Pith::FieldId field) {
+    if (field != Firewall::HwConfig::activeField) return;
+    seen = true;
+    EXPECT_FALSE(sw().root->appRecogConfigSm());
+  });
+  cli->enabledIs(false);
+  EXPECT_TRUE(seen);
+}
+
+TEST_F(RootDirSmTest, StatusIsEmptiedLast) {
+  sw().hwConfig->servicesIs("s");
+  sw().firewallStatus->serviceIs("s");
+  bool seen = false;
+  const Looker looker(sw().hwConfig, [&](Pith::FieldId field) {
+    if (field != Firewall::HwConfig::servicesField) return;
+    seen = true;
+    EXPECT_TRUE(sw().firewallStatus->serviceHas("s"));
+  });
+  sw().start();
+  EXPECT_TRUE(seen);
+  EXPECT_TRUE(sw().firewallStatus->service().empty());
+}
+
+TEST_F(RootDirSmTest, WithoutDirectoryThereAreNoSources) {
+  const auto root = Firewall::rootDirSmFactory(
+      nullptr, sw().hwConfig, sw().firewallStatus, sw().intfStatusDir, sw().ipStatus,
+      sw().matchListConfigDir, sw().appRecConfig, sw().fieldSetConfig, sw().appRecStatus,
+      sw().hwCapability, sw().aclListConfig);
+  EXPECT_TRUE(root->initialized());
+  root->handleConfigurationSource("cli");
+  root->evaluateHwConfigEnableStatus();
+  EXPECT_TRUE(root->rootFeatureSm().empty());
+  EXPECT_FALSE(sw().hwConfig->active());
+  root->cleanup();
+}
+
 TEST_F(RootDirSmTest, TracesItsDecisions) {
   sw().start();
   const TraceCapture traces;
@@ -266,23 +354,26 @@ TEST_F(RootDirSmTest, TracesInitialisationAndCleanup) {
   EXPECT_EQ(traces.count(7, "cleanup", " return "), 1U);
 }
 
-// Reads the whole output at each notification, as a hardware agent may.
-class Reader {
+// Reads the whole output at each notification, as a hardware agent may, and finds there what it is
+// told.
+class Reader final : public Kiv::TreeWatcher {
  public:
-  explicit Reader(const Firewall::HwConfig::Ptr& hwConfig) : hwConfig_(hwConfig) {
-    hwConfig->publisher().subscriberAdd(subscriber_);
-  }
+  using TreeWatcher::TreeWatcher;
   std::size_t reads = 0;
 
  private:
-  static void dispatch(void* self, Pith::Publisher*, Pith::Subscriber*, Pith::FieldId, const void*,
-                       const Pith::Change*) {
-    auto* const reader = static_cast<Reader*>(self);
-    Kiv::Inspector(*reader->hwConfig_).each([](std::string_view, std::string_view) {});
-    ++reader->reads;
+  void onChange(const Kiv::TreeChange& change) override {
+    bool found = false;
+    Kiv::Inspector(*root()).each([&](std::string_view path, std::string_view text) {
+      if (path != change.path && !path.starts_with(change.path + "/")) return;
+      found = true;
+      if (path == change.path && change.kind != Kiv::TreeChange::Kind::removed) {
+        EXPECT_EQ(text, change.value) << change.path;
+      }
+    });
+    EXPECT_EQ(found, change.kind != Kiv::TreeChange::Kind::removed) << change.path;
+    ++reads;
   }
-  Firewall::HwConfig::Ptr hwConfig_;
-  Pith::Subscriber subscriber_{this, &dispatch};
 };
 
 TEST_F(RootDirSmTest, SubscriberMayReadTheWholeOutputAtEachNotification) {
@@ -295,69 +386,6 @@ TEST_F(RootDirSmTest, SubscriberMayReadTheWholeOutputAtEachNotification) {
     cli->enabledIs(false);
   }
   EXPECT_GT(reader.reads, 20U);
-}
-
-// All sequences of a few steps over three sources.
-struct Source {
-  bool there = false;
-  bool enabled = false;
-};
-using Sources = std::array<Source, 3>;
-constexpr std::array<const char*, 3> names = {"a", "b", "c"};
-
-class RootDirSmOrderTest : public RootDirSmTest {
- protected:
-  void check(const Sources& sources) {
-    bool active = false;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      active = active || (sources[i].there && sources[i].enabled);
-      ASSERT_EQ(sw().root->rootFeatureSmHas(names[i]), sources[i].there);
-      const auto child = sw().root->rootFeatureSm(names[i]);
-      ASSERT_EQ(child && child->rootSm(), sources[i].there && sources[i].enabled);
-    }
-    ASSERT_EQ(sw().hwConfig->active(), active);
-    ASSERT_EQ(static_cast<bool>(sw().root->appRecogConfigSm()), active);
-    ASSERT_EQ(sw().hwConfig->vrf().size(), active ? 1U : 0U);
-    ASSERT_FALSE(sw().hwConfig->updateInProgress());
-    ASSERT_EQ(sw().root->activeWorkManager()->activeHandles(), 0U);
-  }
-
-  void eachSequence(Sources& sources, int left) {
-    check(sources);
-    if (left == 0 || HasFatalFailure()) return;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      const Source before = sources[i];
-      if (before.there) {
-        const auto config = sw().source(names[i]);
-        config->enabledIs(!before.enabled);
-        sources[i].enabled = !before.enabled;
-        eachSequence(sources, left - 1);
-        config->enabledIs(before.enabled);
-        sw().fwConfigDir->entityDel(names[i]);
-        sources[i] = {};
-        eachSequence(sources, left - 1);
-        add(i, before.enabled);
-      } else {
-        add(i, false);
-        sources[i].there = true;
-        eachSequence(sources, left - 1);
-        sw().fwConfigDir->entityDel(names[i]);
-      }
-      sources[i] = before;
-    }
-  }
-
-  void add(std::size_t i, bool enabled) {
-    const auto config = sw().source(names[i]);
-    config->vrfIs("default")->segmentIs("users");
-    config->enabledIs(enabled);
-  }
-};
-
-TEST_F(RootDirSmOrderTest, ThreeSourcesAddedEnabledDisabledAndRemovedInEveryOrder) {
-  sw().start();
-  Sources sources;
-  eachSequence(sources, 5);
 }
 
 }  // namespace

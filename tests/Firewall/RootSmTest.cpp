@@ -4,9 +4,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "framework/Kiv/TreeWatcher.h"
 #include "framework/Pith/RangeException.h"
 #include "tests/support/FullConfiguration.h"
 #include "tests/support/Reinstantiation.h"
@@ -20,6 +23,7 @@ using Firewall::ForwardingTypeMatch;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
 using TestSupport::TraceCapture;
 
 class RootSmTest : public TestSupport::SwitchTest {
@@ -314,6 +318,121 @@ TEST_F(RootSmTest, CleanupRemovesVrfsAndL2UnderAHandleAndTwiceChangesNothing) {
   EXPECT_TRUE(traces.saw(7, "cleanup", " return "));
 }
 
+TEST_F(RootSmTest, CleanupTakesTheVrfsDownInOrderAndThenTheL2Directory) {
+  sw().ipStatus->vrfIs(L3::VrfName("red"));
+  const auto cli = started();
+  cli->l2SegmentDirIs("l2")->segmentIs("voice");
+  cli->vrfIs("red");
+  cli->vrfIs("default");
+  sw().recorder.take();
+  sw().rootSm("cli")->cleanup();
+  EXPECT_THAT(sw().recorder.take(),
+              ElementsAre("~ updateInProgress = true", "- vrf/red", "- vrf/default",
+                          "- l2Seg/segment/voice", "- l2Seg", "~ updateInProgress = false"));
+}
+
+TEST_F(RootSmTest, GlobalSwitchesOfASourceThatIsNotEnabledStandUntilAnEnabledOneLooks) {
+  const auto api = sw().source("api");
+  api->defaultPolicyIs(DefaultPolicy::forward);
+  api->forwardTypeIs(ForwardingTypeMatch(1));
+  const auto cli = started();
+  sw().fwConfigDir->entityDel("api");
+  EXPECT_FALSE(sw().hwConfig->defaultPolicyDrop());
+  EXPECT_EQ(sw().hwConfig->forwardType(), ForwardingTypeMatch(1));
+  cli->defaultPolicyIs(DefaultPolicy::drop);
+  cli->forwardTypeIs(ForwardingTypeMatch(2));
+  EXPECT_TRUE(sw().hwConfig->defaultPolicyDrop());
+  EXPECT_EQ(sw().hwConfig->forwardType(), ForwardingTypeMatch(2));
+  cli->enabledIs(false);
+  EXPECT_TRUE(sw().hwConfig->defaultPolicyDrop());
+  EXPECT_EQ(sw().hwConfig->forwardType(), ForwardingTypeMatch(2));
+}
+
+// Calls `look` at every write to the output tree.
+class Looker final : public Kiv::TreeWatcher {
+ public:
+  Looker(const Firewall::HwConfig::Ptr& hwConfig, std::function<void(const Kiv::TreeChange&)> look)
+      : TreeWatcher(hwConfig), look_(std::move(look)) {}
+
+ private:
+  void onChange(const Kiv::TreeChange& change) override { look_(change); }
+  std::function<void(const Kiv::TreeChange&)> look_;
+};
+
+TEST_F(RootSmTest, ChildrenComeAndGoAfterTheHandlerHasWritten) {
+  const auto cli = started();
+  const auto rootSm = sw().rootSm("cli");
+  const Lanx::IntfId intf{std::string_view("Ethernet1")};
+  sw().interface("Ethernet1", "default");
+  cli->vrfIs("default")->segmentIs("a")->classNameIs("__VRF_default_segment_a");
+  cli->classMapIs("__VRF_default_segment_a")->intfVlanDataIs(intf);
+  int looks = 0;
+  const Looker looker(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+    ++looks;
+    const bool removed = change.kind == Kiv::TreeChange::Kind::removed;
+    if (change.path == "policy/p") {
+      EXPECT_EQ(rootSm->policyHas("p"), removed);
+    } else {
+      EXPECT_TRUE(rootSm->classMapHas("__VRF_default_segment_a")) << change.path;
+    }
+  });
+  cli->policyIs("p");
+  cli->policyDel("p");
+  cli->classMapDel("__VRF_default_segment_a");
+  EXPECT_EQ(looks, 3);
+  EXPECT_FALSE(rootSm->policyHas("p"));
+  EXPECT_FALSE(rootSm->classMapHas("__VRF_default_segment_a"));
+}
+
+TEST_F(RootSmTest, ReactorTakenDownFromWithinItsOwnDispatchLivesUntilTheDispatchIsOver) {
+  sw().interface("Ethernet1", "default");
+  const auto classMap = [](const Firewall::Config::Ptr& config) {
+    config->classMapDel("__VRF_default_segment_a");
+  };
+  const auto policy = [](const Firewall::Config::Ptr& config) { config->policyIs("p"); };
+  for (const std::function<void(const Firewall::Config::Ptr&)>& change :
+       {std::function<void(const Firewall::Config::Ptr&)>(classMap),
+        std::function<void(const Firewall::Config::Ptr&)>(policy)}) {
+    for (const bool remove : {false, true}) {
+      const auto cli = started();
+      cli->vrfIs("default")->segmentIs("a")->classNameIs("__VRF_default_segment_a");
+      cli->classMapIs("__VRF_default_segment_a")
+          ->intfVlanDataIs(Lanx::IntfId{std::string_view("Ethernet1")});
+      bool acted = false;
+      const Looker looker(sw().hwConfig, [&](const Kiv::TreeChange&) {
+        if (std::exchange(acted, true)) return;
+        remove ? sw().fwConfigDir->entityDel("cli") : cli->enabledIs(false);
+      });
+      change(cli);
+      EXPECT_TRUE(acted);
+      EXPECT_FALSE(sw().hwConfig->active());
+      EXPECT_TRUE(sw().hwConfig->vrf().empty());
+      EXPECT_FALSE(sw().hwConfig->updateInProgress());
+      sw().fwConfigDir->entityDel("cli");
+    }
+  }
+}
+
+TEST_F(RootSmTest, CallBacksOfTheFirstChildrenFindItNotInitialised) {
+  TestSupport::shareConfiguration(sw());
+  const auto cli = TestSupport::fullSource(sw(), "cli");
+  started("api");  // so that services exist before the second source's reactor starts
+  const TraceCapture traces;
+  bool isReplaying = false;
+  const Looker looker(sw().hwConfig, [&](const Kiv::TreeChange&) {
+    isReplaying = isReplaying || traces.count(8, "handleInitialized", ": ") > 0;
+    EXPECT_TRUE(isReplaying);
+  });
+  cli->enabledIs(true);
+  EXPECT_TRUE(isReplaying);
+  std::size_t returns = 0;
+  for (const auto& record : traces.records()) {
+    if (record.function == "handleInitialized") break;
+    if (record.text == " return ") ++returns;
+  }
+  EXPECT_GT(returns, 0U);
+}
+
 TEST_F(RootSmTest, HandlersBeforeInitialisationOrAfterCleanupReturnWithoutEffect) {
   const auto cli = started();
   const auto rootSm = sw().rootSm("cli");
@@ -351,6 +470,9 @@ TEST_F(RootSmTest, NotificationsSwitchedOffReachAllChildren) {
   sw().matchLists("path")->matchIpv4PrefixListDel("offices");
   EXPECT_THAT(sw().recorder.take(), ElementsAre(::testing::StartsWith("~ services/web/version")));
   rootSm->hasNotificationActiveIs(true);
+  cli->policyIs("later");
+  cli->vrf("red")->segmentIs("later");
+  EXPECT_THAT(sw().recorder.take(), IsSupersetOf({"+ policy/later", "+ vrf/red/segment/later"}));
 }
 
 TEST_F(RootSmTest, EveryReferenceOfAVrfReactorIsComparedWhenItIsAskedForAgain) {
