@@ -4,9 +4,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "framework/Kiv/TreeWatcher.h"
 #include "tests/support/FullConfiguration.h"
 #include "tests/support/Reinstantiation.h"
 #include "tests/support/Switch.h"
@@ -86,6 +88,36 @@ TEST_F(RootFeatureEnableSmTest, DisablingEvaluatesWhileTheRootSmStillExistsThenC
               ElementsAre("handleFeatureStatus", "evaluateHwConfigEnableStatus", "cleanup"));
   EXPECT_FALSE(sw().rootSm("cli"));
   EXPECT_FALSE(rootSm->hasNotificationActive());
+}
+
+// Whether there is a RootSm when `active` falls.
+class RootSmAtEvaluation final : public Kiv::TreeWatcher {
+ public:
+  RootSmAtEvaluation(const Firewall::HwConfig::Ptr& hwConfig,
+                     const Firewall::RootFeatureEnableSm& feature)
+      : TreeWatcher(hwConfig), feature_(feature) {}
+  std::vector<bool> seen;
+
+ private:
+  void onChange(const Kiv::TreeChange& change) override {
+    if (change.path == "active") seen.push_back(static_cast<bool>(feature_.rootSm()));
+  }
+  const Firewall::RootFeatureEnableSm& feature_;
+};
+
+TEST_F(RootFeatureEnableSmTest, EvaluationFindsTheRootSmWhenDisablingAndNotWhenCleaningUp) {
+  const auto cli = sw().source("cli");
+  cli->enabledIs(true);
+  sw().start();
+  const auto feature = sw().root->rootFeatureSm("cli");
+  RootSmAtEvaluation evaluation(sw().hwConfig, *feature);
+  cli->enabledIs(false);
+  cli->enabledIs(true);
+  EXPECT_THAT(evaluation.seen, ElementsAre(true, true));
+  feature->kivDoZombieReactors(true);
+  cli->enabledIs(false);
+  feature->cleanup();
+  EXPECT_THAT(evaluation.seen, ElementsAre(true, true, false));
 }
 
 TEST_F(RootFeatureEnableSmTest, DisabledWithoutRootSmReturnsAtOnce) {

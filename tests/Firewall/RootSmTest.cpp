@@ -325,7 +325,9 @@ TEST_F(RootSmTest, CleanupTakesTheVrfsDownInOrderAndThenTheL2Directory) {
   cli->vrfIs("red");
   cli->vrfIs("default");
   sw().recorder.take();
-  sw().rootSm("cli")->cleanup();
+  const auto rootSm = sw().rootSm("cli");
+  const auto held = rootSm->vrfSm("red");  // its output goes though somebody holds it
+  rootSm->cleanup();
   EXPECT_THAT(sw().recorder.take(),
               ElementsAre("~ updateInProgress = true", "- vrf/red", "- vrf/default",
                           "- l2Seg/segment/voice", "- l2Seg", "~ updateInProgress = false"));

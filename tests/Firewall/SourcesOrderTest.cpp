@@ -244,7 +244,7 @@ TEST_F(SourcesOrderTest, AnyStepsBesideThreeSourcesThatAreThereWriteWhatTheyChan
 }
 
 TEST_F(SourcesOrderTest, UpToThreeSourcesAddedEnabledDisabledAndRemovedInEveryOrder) {
-  const auto eachOrder = [this](std::size_t count, const auto& use) {
+  const auto eachOrder = [](std::size_t count, const auto& use) {
     std::vector<std::size_t> order(count);
     std::iota(order.begin(), order.end(), 0U);
     do {
