@@ -20,13 +20,15 @@ int compileCommand(const CommonOptions& options, const Files& files, Format form
   }
   store.start();
   timing.step("compile");
-  std::ostringstream text;
+  std::string text;
   if (format == Format::text) {
-    printCompiled(text, *store.hwConfig, textStyle(options));
+    std::ostringstream tables;
+    printCompiled(tables, *store.hwConfig, textStyle(options));
+    text = tables.str();
   } else {
-    text << compiledTree(store, format == Format::json);
+    text = compiledTree(store, format == Format::json);
   }
-  status = writeOutput(text.str(), output);
+  status = writeOutput(text, output);
   timing.step("show");
   store.stop();
   timing.step("stop");

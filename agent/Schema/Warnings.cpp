@@ -61,6 +61,11 @@ class Warner {
         expandsRules_(textAt(at(switch_, "hwCapability"), "serviceRuleSupported") != "true"),
         hasGlobalList_(textAt(at(switch_, "hwCapability"), "globalPrefixListSupported") == "true") {
     vrfs_.insert("default");
+    for (const char* part : {"matchIpv4PrefixList", "matchIpv6PrefixList"}) {
+      for (const Member& list : at(root, part).members) {
+        prefixes_ += at(list.value, "subnets").members.size();
+      }
+    }
     for (const Member& intf : at(switch_, "ipIntfStatus").members) {
       routedIn_.emplace(intf.key.text, intf.value.text);
     }
@@ -279,6 +284,7 @@ class Warner {
   // Notes which segment claims a prefix of the list first.
   void claim(std::string_view vrf, const Node& segment, const Node& source, const Node& list) {
     auto& claims = claims_[vrf];
+    if (claims.empty()) claims.reserve(prefixes_);
     const auto one = [&](std::string_view prefix) {
       const auto [entry, isNew] = claims.try_emplace(prefix, Claim{segment.text, &source, false});
       if (isNew || entry->second.segment == segment.text) return;
@@ -361,6 +367,7 @@ class Warner {
   std::unordered_map<std::string_view, Expansion> expansions_;       // by application
   std::unordered_map<std::string_view, std::unordered_map<std::string_view, Claim>> claims_;
   std::vector<Double> doubles_;
+  std::size_t prefixes_ = 0;  // of all match lists
   const Node* classMaps_ = &nothing();
   bool expandsRules_;
   bool hasGlobalList_;
