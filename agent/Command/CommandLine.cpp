@@ -8,6 +8,8 @@
 #include <string>
 
 #include "agent/Command/Commands.h"
+#include "agent/Command/Generate.h"
+#include "agent/Schema/JsonSchema.h"
 #include "framework/Pith/RangeException.h"
 
 namespace Agent {
@@ -32,6 +34,7 @@ class CommandLine {
     trace();
     runAgent();
     questions();
+    generate();
   }
 
   int run(int count, char** arguments) {
@@ -210,6 +213,25 @@ class CommandLine {
         ->description("a facility, or its beginning and *; a level of 0 to 9, or -1 for none")
         ->expected(2)
         ->required();
+  }
+
+  void generate() {
+    CLI::App* const generate =
+        command("generate", "writes the man page, a shell's completion or the schema for editors",
+                "generate schema", [this] {
+                  const std::map<std::string, std::function<std::string()>> made{
+                      {"man", [this] { return manPage(app_); }},
+                      {"bash", [this] { return bashCompletion(app_); }},
+                      {"zsh", [this] { return zshCompletion(app_); }},
+                      {"fish", [this] { return fishCompletion(app_); }},
+                      {"schema", jsonSchema}};
+                  return writeOutput(made.at(which_)(), output_);
+                });
+    generate->add_option("WHAT", which_)
+        ->description("man, bash, zsh, fish or schema")
+        ->check(CLI::IsMember({"man", "bash", "zsh", "fish", "schema"}))
+        ->required();
+    generate->add_option("-o,--output", output_)->description("standard output otherwise");
   }
 
   CLI::App app_{

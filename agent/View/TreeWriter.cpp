@@ -46,6 +46,7 @@ class JsonWriter final : public TreeWriter {
   }
   void number(std::uint64_t value) override { writer_.Uint64(value); }
   void boolean(bool value) override { writer_.Bool(value); }
+  void null() override { writer_.Null(); }
   void done() override { out_.push_back('\n'); }
 
  private:
@@ -108,6 +109,7 @@ class YamlWriter final : public TreeWriter {
     scalar(std::to_string(value), YAML_PLAIN_SCALAR_STYLE);
   }
   void boolean(bool value) override { scalar(value ? "true" : "false", YAML_PLAIN_SCALAR_STYLE); }
+  void null() override { scalar("null", YAML_PLAIN_SCALAR_STYLE); }
   void done() override {
     yaml_event_t event;
     yaml_document_end_event_initialize(&event, 1);

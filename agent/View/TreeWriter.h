@@ -37,6 +37,7 @@ class TreeWriter {
   virtual void text(std::string_view value) = 0;
   virtual void number(std::uint64_t value) = 0;
   virtual void boolean(bool value) = 0;
+  virtual void null() = 0;
   // Ends the output with a line break.
   virtual void done() = 0;
 

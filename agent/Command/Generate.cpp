@@ -1,0 +1,213 @@
+#include "agent/Command/Generate.h"
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string_view>
+#include <vector>
+
+namespace Agent {
+namespace {
+
+struct Option {
+  std::vector<std::string> names;  // with their dashes; none of a positional
+  std::string metavariable;        // empty: a flag
+  std::string description;
+};
+
+struct CommandText {
+  std::string name;  // "explain rule"
+  std::string description;
+  std::string footer;
+  std::vector<Option> options;
+  std::vector<std::string> positionals;
+  std::vector<std::string> subcommands;
+};
+
+CommandText textOf(const CLI::App& app, const std::string& name) {
+  CommandText text{name, app.get_description(), app.get_footer(), {}, {}, {}};
+  for (const CLI::Option* const option : app.get_options()) {
+    if (option->get_positional()) {
+      text.positionals.push_back(option->get_name(true));
+      continue;
+    }
+    Option one{{},
+               option->get_expected_max() > 0 ? option->get_type_name() : "",
+               option->get_description()};
+    for (const std::string& letter : option->get_snames()) one.names.push_back("-" + letter);
+    for (const std::string& word : option->get_lnames()) one.names.push_back("--" + word);
+    text.options.push_back(std::move(one));
+  }
+  for (const CLI::App* const below : app.get_subcommands(nullptr)) {
+    text.subcommands.push_back(below->get_name());
+  }
+  return text;
+}
+
+// The program itself, its commands, and theirs.
+std::vector<CommandText> commandsOf(const CLI::App& app) {
+  std::vector<CommandText> all{textOf(app, "")};
+  const std::function<void(const CLI::App&, const std::string&)> add =
+      [&](const CLI::App& parent, const std::string& prefix) {
+        for (const CLI::App* const below : parent.get_subcommands(nullptr)) {
+          const std::string name = prefix + below->get_name();
+          all.push_back(textOf(*below, name));
+          add(*below, name + " ");
+        }
+      };
+  add(app, "");
+  return all;
+}
+
+std::string joined(const std::vector<std::string>& words, std::string_view separator) {
+  std::string text;
+  for (const std::string& word : words) {
+    if (!text.empty()) text += separator;
+    text += word;
+  }
+  return text;
+}
+
+// Of roff: dashes that may be typed, and no line that begins with a control character.
+std::string roff(std::string_view text) {
+  std::string result;
+  for (const char character : text) {
+    if (character == '-' || character == '\\') result += '\\';
+    result += character;
+    if (character == '\n') result += "\\&";
+  }
+  return result;
+}
+
+void manOptions(std::string& page, const CommandText& command) {
+  for (const Option& option : command.options) {
+    page += ".TP\n\\fB" + roff(joined(option.names, ", ")) + "\\fR";
+    if (!option.metavariable.empty()) page += " \\fI" + roff(option.metavariable) + "\\fR";
+    page += "\n\\&" + roff(option.description) + "\n";
+  }
+}
+
+// For single quotes of a shell.
+std::string shellText(std::string_view text) {
+  std::string result;
+  for (const char character : text)
+    result += character == '\'' ? std::string("'\\''") : std::string(1, character);
+  return result;
+}
+
+std::vector<std::string> optionWords(const CommandText& command) {
+  std::vector<std::string> words;
+  for (const Option& option : command.options) {
+    words.insert(words.end(), option.names.begin(), option.names.end());
+  }
+  return words;
+}
+
+}  // namespace
+
+std::string manPage(const CLI::App& app) {
+  const std::vector<CommandText> commands = commandsOf(app);
+  std::string page =
+      ".TH FWAGENT 1\n.SH NAME\nfwagent \\- host agent of the firewall configuration\n"
+      ".SH SYNOPSIS\n.B fwagent\n[\\fIOPTION\\fR...] \\fICOMMAND\\fR ...\n.SH DESCRIPTION\n\\&" +
+      roff(app.get_description()) + ".\n.SH OPTIONS\nThese are taken by every command.\n";
+  manOptions(page, commands.front());
+  page += ".SH COMMANDS\n";
+  for (const CommandText& command : commands) {
+    if (command.name.empty()) continue;
+    page += ".SS fwagent " + roff(command.name);
+    for (const std::string& positional : command.positionals) page += " " + roff(positional);
+    page += "\n\\&" + roff(command.description) + "\n";
+    manOptions(page, command);
+    if (!command.footer.empty()) page += ".PP\n" + roff(command.footer) + "\n";
+  }
+  return page +
+         ".SH EXIT STATUS\n0 done; 1 the answer is no; 2 wrong usage or refused configuration; "
+         "3 I/O or no agent.\n.SH SEE ALSO\n.BR fleetlog (1)\n";
+}
+
+std::string bashCompletion(const CLI::App& app) {
+  const std::vector<CommandText> commands = commandsOf(app);
+  std::string text =
+      "_fwagent() {\n"
+      "  local word=${COMP_WORDS[COMP_CWORD]} command= each\n"
+      "  for each in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
+      "    case \"$command $each\" in\n";
+  for (const CommandText& command : commands) {
+    if (command.name.empty()) continue;
+    const std::size_t blank = command.name.find(' ');
+    const std::string parent = blank == std::string::npos ? "" : command.name.substr(0, blank);
+    const std::string last =
+        blank == std::string::npos ? command.name : command.name.substr(blank + 1);
+    text += "      '" + parent + " " + last + "') command='" + command.name + "' ;;\n";
+  }
+  text += "    esac\n  done\n  local words\n  case \"$command\" in\n";
+  const std::string common = joined(optionWords(commands.front()), " ");
+  for (const CommandText& command : commands) {
+    text += "    '" + command.name + "') words='" + joined(command.subcommands, " ") + " " +
+            joined(optionWords(command), " ") + (command.name.empty() ? "" : " " + common) +
+            "' ;;\n";
+  }
+  return text +
+         "  esac\n"
+         "  mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$word\")\n"
+         "  [[ $word == -* ]] || mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -f -- "
+         "\"$word\")\n"
+         "}\n"
+         "complete -o filenames -F _fwagent fwagent\n";
+}
+
+std::string zshCompletion(const CLI::App& app) {
+  const std::vector<CommandText> commands = commandsOf(app);
+  std::string text =
+      "#compdef fwagent\n"
+      "local command= each\n"
+      "for each in ${words[2,CURRENT-1]}; do\n"
+      "  case \"$command $each\" in\n";
+  for (const CommandText& command : commands) {
+    if (command.name.empty()) continue;
+    const std::size_t blank = command.name.find(' ');
+    const std::string parent = blank == std::string::npos ? "" : command.name.substr(0, blank);
+    const std::string last =
+        blank == std::string::npos ? command.name : command.name.substr(blank + 1);
+    text += "    '" + parent + " " + last + "') command='" + command.name + "' ;;\n";
+  }
+  text += "  esac\ndone\nlocal -a known\ncase \"$command\" in\n";
+  for (const CommandText& command : commands) {
+    text += "  '" + command.name + "') known=(" + joined(command.subcommands, " ");
+    for (const CommandText* each : {&command, &commands.front()}) {
+      if (each == &commands.front() && command.name.empty()) continue;
+      text += " " + joined(optionWords(*each), " ");
+    }
+    text += ") ;;\n";
+  }
+  return text + "esac\ncompadd -a known\n_files\n";
+}
+
+std::string fishCompletion(const CLI::App& app) {
+  std::string text;
+  for (const CommandText& command : commandsOf(app)) {
+    std::string condition = "__fish_use_subcommand";
+    if (!command.name.empty()) {
+      const std::size_t blank = command.name.find(' ');
+      condition = "__fish_seen_subcommand_from " + command.name.substr(0, blank);
+      if (blank != std::string::npos) {
+        condition += "; and __fish_seen_subcommand_from " + command.name.substr(blank + 1);
+      }
+    }
+    const std::string line = "complete -c fwagent -n '" + condition + "'";
+    for (const std::string& name : command.subcommands) text += line + " -a " + name + "\n";
+    // The options of the program itself are those of every command.
+    const std::string options = command.name.empty() ? "complete -c fwagent" : line;
+    for (const Option& option : command.options) {
+      text += options;
+      for (const std::string& name : option.names) {
+        text += name[1] == '-' ? " -l " + name.substr(2) : " -s " + name.substr(1);
+      }
+      text += option.metavariable.empty() ? "" : " -r";
+      text += " -d '" + shellText(option.description) + "'\n";
+    }
+  }
+  return text;
+}
+
+}  // namespace Agent
