@@ -47,6 +47,7 @@
 
 #include "framework/Kiv/AllocTrack.h"
 #include "framework/Kiv/Collections.h"
+#include "framework/Kiv/Deferred.h"
 #include "framework/Kiv/Entity.h"
 #include "framework/Kiv/Errors.h"
 #include "framework/Kiv/Object.h"
@@ -270,11 +271,13 @@ class NestedReactor : public ReactorBase {
     SlabObject<Derived>::operator delete(object, bytes);
   }
 
-  static Ptr create(Owner& owner, const Pith::Ptr<const Notifier>& input) {
+  // What its start and its handler raise is kept in `steps`: the object is there, so that its next
+  // change has to be followed whatever became of the first.
+  static Ptr create(Owner& owner, const Pith::Ptr<const Notifier>& input, Deferred& steps) {
     auto reactor = Ptr::adopt(new Derived(owner));
     ParentLink::link(*reactor, owner);
-    reactor->start(input);
-    reactor->notifierIs(input);
+    steps.run([&] { reactor->start(input); });
+    steps.run([&] { reactor->notifierIs(input); });
     reactor->hasNotificationActiveIs(true);
     return reactor;
   }
@@ -394,7 +397,10 @@ class ChildReactors final : public ReactorPart {
       }
       return present;
     }
-    return added(Child::create(owner, input));
+    Deferred steps;
+    auto child = added(Child::create(owner, input, steps));
+    steps.rethrow();
+    return child;
   }
 
   void del(const Key& key) {
