@@ -23,7 +23,9 @@ function(firewall_test folder)
   add_executable(${name} ${ARGN})
   target_link_libraries(${name} PRIVATE test_support)
   set_target_properties(${name} PROPERTIES
-    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests
+    UNITY_BUILD ${FIREWALL_UNITY_TESTS}
+    UNITY_BUILD_BATCH_SIZE 8)
   gtest_discover_tests(${name}
     TEST_PREFIX ${folder}/
     DISCOVERY_MODE PRE_TEST

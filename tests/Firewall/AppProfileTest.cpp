@@ -16,11 +16,10 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
+using TestSupport::module;
 using TestSupport::Reaction;
 using TestSupport::TraceCapture;
 using TestSupport::TraceRecord;
-
-constexpr const char* module = "Firewall/FirewallConfigSm";
 
 class AppProfileTest : public TestSupport::AppProfileFixture {
  protected:

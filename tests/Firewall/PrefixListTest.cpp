@@ -7,7 +7,6 @@
 
 namespace {
 
-using Acl::Action;
 using Firewall::ListSource;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -32,7 +31,7 @@ TYPED_TEST_SUITE(PrefixListTest, Families);
 
 TYPED_TEST(PrefixListTest, PermittedPrefixesAreAppliedBySequenceNumberWithoutATraceForEach) {
   this->entry("dc", 30, this->net(1));
-  this->entry("dc", 20, this->net(3), Action::deny);
+  this->entry("dc", 20, this->net(3), Acl::Action::deny);
   this->entry("dc", 10, this->net(2));
   this->reactor("a");
   const TraceCapture traces(8, "Firewall/*");
@@ -66,8 +65,8 @@ TYPED_TEST(PrefixListTest, AddsComeBeforeTheWithdrawalOfStalePrefixes) {
 
 TYPED_TEST(PrefixListTest, AListWithoutPermitsWithdrawsTheFamily) {
   const auto sm = this->applied();
-  this->entry("none", 10, this->net(1), Action::deny);
-  this->entry("none", 20, this->net(2), static_cast<Action>(2));
+  this->entry("none", 10, this->net(1), Acl::Action::deny);
+  this->entry("none", 20, this->net(2), static_cast<Acl::Action>(2));
   TypeParam::choose(*this->segment("a"), ListSource::prefixList("none"));
   EXPECT_THAT(this->subnets("a"), IsEmpty());
 }
@@ -118,13 +117,13 @@ TYPED_TEST(PrefixListTest, AnEntryThatIsAddedOrRemovedIsOneChange) {
 
 TYPED_TEST(PrefixListTest, AnEntryThatIsDeniedIsWithdrawnAndPermittedAgain) {
   const auto sm = this->applied();
-  this->entry("dc", 10, this->net(1), Action::deny);
+  this->entry("dc", 10, this->net(1), Acl::Action::deny);
   EXPECT_THAT(this->subnets("a"), ElementsAre(this->net(2)));
-  this->entry("dc", 10, this->net(4), Action::deny);
+  this->entry("dc", 10, this->net(4), Acl::Action::deny);
   EXPECT_THAT(this->subnets("a"), ElementsAre(this->net(2)));
   this->entry("dc", 10, this->net(4));
   EXPECT_THAT(this->subnets("a"), ElementsAre(this->net(2), this->net(4)));
-  this->entry("dc", 30, this->net(5), Action::deny);
+  this->entry("dc", 30, this->net(5), Acl::Action::deny);
   TypeParam::entryDel(*this->sw().aclListConfig, "dc", 30);
   EXPECT_THAT(this->subnets("a"), ElementsAre(this->net(2), this->net(4)));
 }

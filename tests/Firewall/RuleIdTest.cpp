@@ -20,10 +20,9 @@ using Firewall::lowestFreeRuleIndex;
 using Firewall::maxRuleIndex;
 using Firewall::ruleSeqnum;
 using ::testing::ElementsAre;
+using TestSupport::module;
 using TestSupport::TraceCapture;
 using TestSupport::TraceRecord;
-
-constexpr const char* module = "Firewall/FirewallConfigSm";
 
 TEST(RuleIdTest, PacksTheSequenceNumberAboveTheIndex) {
   EXPECT_EQ(computeRuleId(5, 1), 5U << 22U | 1U);

@@ -21,11 +21,10 @@ using Firewall::ProtocolRange;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using TestSupport::linesOf;
+using TestSupport::module;
 using TestSupport::prefix;
 using TestSupport::TraceCapture;
 using TestSupport::TraceRecord;
-
-constexpr const char* module = "Firewall/FirewallConfigSm";
 
 class RulesExpansionTest : public TestSupport::RulesFixture {
  protected:

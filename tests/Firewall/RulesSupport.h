@@ -116,6 +116,4 @@ struct LoneRootSm {
   }
 };
 
-inline Lanx::IpGenPrefix prefix(const char* text) { return Lanx::IpGenPrefix::parse(text); }
-
 }  // namespace TestSupport

@@ -19,12 +19,11 @@ using Firewall::Protocol;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using TestSupport::idsOf;
+using TestSupport::module;
 using TestSupport::prefix;
 using TestSupport::Reaction;
 using TestSupport::TraceCapture;
 using TestSupport::TraceRecord;
-
-constexpr const char* module = "Firewall/FirewallConfigSm";
 
 class RulesTest : public TestSupport::RulesFixture {
  protected:

@@ -25,11 +25,10 @@ using Firewall::Segment;
 using Firewall::Vrf;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using TestSupport::module;
 using TestSupport::Reaction;
 using TestSupport::TraceCapture;
 using TestSupport::TraceRecord;
-
-constexpr const char* module = "Firewall/FirewallConfigSm";
 
 class SegmentLinksTest : public ::testing::Test {
  protected:

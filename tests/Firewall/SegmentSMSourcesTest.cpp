@@ -13,9 +13,8 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
+using TestSupport::prefix;
 using TestSupport::TraceCapture;
-
-Lanx::IpGenPrefix prefix(const char* text) { return Lanx::IpGenPrefix::parse(text); }
 
 // "cli" and "api", both enabled.
 class SegmentSMSourcesTest : public TestSupport::SegmentTest {

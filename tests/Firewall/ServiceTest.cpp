@@ -17,12 +17,11 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using TestSupport::LoneRootSm;
+using TestSupport::module;
 using TestSupport::prefix;
 using TestSupport::Reaction;
 using TestSupport::TraceCapture;
 using TestSupport::TraceRecord;
-
-constexpr const char* module = "Firewall/FirewallConfigSm";
 
 class ServiceTest : public TestSupport::RulesFixture {
  protected:
@@ -280,6 +279,21 @@ TEST_F(ServiceTest, RulesAreRecompiledThoughASubscriberThrows) {
   EXPECT_THROW(made->versionInc(1), std::runtime_error);
   EXPECT_EQ(lines("web").size(), 2U);
   EXPECT_FALSE(sw().hwConfig->updateInProgress());
+}
+
+TEST_F(ServiceTest, VersionsAreFollowedThoughASubscriberThrewWhenTheServiceCame) {
+  rule("web", 5, "s");
+  {
+    const Reaction reaction(*sw().hwConfig,
+                            [](Pith::FieldId field, const void*, const Pith::Change&) {
+                              if (field == Firewall::HwConfig::updateInProgressField) {
+                                throw std::runtime_error("subscriber");
+                              }
+                            });
+    EXPECT_THROW(sw().hwConfig->servicesIs("s"), std::runtime_error);
+  }
+  service("s", 1);
+  EXPECT_EQ(lines("web").size(), 1U);
 }
 
 TEST_F(ServiceTest, RemovalIsCompletedThoughASubscriberThrows) {

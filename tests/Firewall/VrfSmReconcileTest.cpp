@@ -13,10 +13,10 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using TestSupport::prefix;
 using TestSupport::TraceCapture;
 using TestSupport::vrfNamed;
 
-Lanx::IpGenPrefix prefix(const char* text) { return Lanx::IpGenPrefix::parse(text); }
 Lanx::IpGenAddrWithMask subnet(const char* text) { return Lanx::IpGenAddrWithMask::parse(text); }
 
 // "cli" is disabled and "keeper" keeps the output active, so that what a test puts there stays.

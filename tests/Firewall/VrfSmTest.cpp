@@ -17,10 +17,9 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using TestSupport::prefix;
 using TestSupport::TraceCapture;
 using TestSupport::vrfNamed;
-
-Lanx::IpGenPrefix prefix(const char* text) { return Lanx::IpGenPrefix::parse(text); }
 
 class VrfSmTest : public TestSupport::SegmentTest {
  protected:

@@ -36,6 +36,8 @@
 
 namespace TestSupport {
 
+inline Lanx::IpGenPrefix prefix(const char* text) { return Lanx::IpGenPrefix::parse(text); }
+
 class Switch {
  public:
   Switch();

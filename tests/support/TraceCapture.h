@@ -22,6 +22,9 @@
 
 namespace TestSupport {
 
+// The facility of the reactors.
+constexpr const char* module = "Firewall/FirewallConfigSm";
+
 struct TraceRecord {
   std::string facility;
   int level = 0;

@@ -14,12 +14,11 @@
 
 namespace {
 
+using FleetlogTest::smallest;
 using FleetlogTest::writeNumber;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::StartsWith;
-
-constexpr Fleetlog::TraceFile::Sizes smallest{.ringBytes = 0, .descriptorBytes = 0};
 
 std::string contentOf(const std::filesystem::path& path) {
   std::ifstream file(path);

@@ -20,13 +20,13 @@ using FleetlogTest::facility;
 using FleetlogTest::isSubsequence;
 using FleetlogTest::Read;
 using FleetlogTest::read;
+using FleetlogTest::smallest;
 using FleetlogTest::writeNumber;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
 using Bytes = std::vector<std::byte>;
 
-constexpr Fleetlog::TraceFile::Sizes smallest{.ringBytes = 0, .descriptorBytes = 0};
 constexpr std::size_t headerBytes = 128;
 constexpr std::size_t descriptorBytes = 4096;
 constexpr std::size_t ringAt = headerBytes + descriptorBytes;

@@ -18,14 +18,15 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr Fleetlog::Function fn("void Test::ring()");
+constexpr Fleetlog::Function ringFn("void Test::ring()");
 
 class RingBufTest : public testing::Test {
  protected:
   // The text of a message with one value.
   template <class T>
   std::string textOf(const T& value) {
-    static constinit Fleetlog::MsgDesc desc(facility, fn, "%s", 1, 5, Fleetlog::withoutSignature);
+    static constinit Fleetlog::MsgDesc desc(facility, ringFn, "%s", 1, 5,
+                                            Fleetlog::withoutSignature);
     Fleetlog::RingBuf ring(file_);
     EXPECT_TRUE(ring.startMsg(desc));
     ring.put(value);
@@ -74,7 +75,7 @@ TEST_F(RingBufTest, CutsATextAboveThousandBytes) {
 }
 
 TEST_F(RingBufTest, CutsAMessageBehindTheLastValueThatFits) {
-  static constinit Fleetlog::MsgDesc desc(facility, fn, "%s-%s-%s-%s-%s-%s.", 1, 5,
+  static constinit Fleetlog::MsgDesc desc(facility, ringFn, "%s-%s-%s-%s-%s-%s.", 1, 5,
                                           Fleetlog::withoutSignature);
   const std::string text(1000, 'x');
   Fleetlog::RingBuf ring(file_);
@@ -89,7 +90,7 @@ TEST_F(RingBufTest, CutsAMessageBehindTheLastValueThatFits) {
 }
 
 TEST_F(RingBufTest, KeepsAddressesAsTheirBytes) {
-  static constinit Fleetlog::MsgDesc desc(facility, fn, "%s %s %s %s", 1, 5,
+  static constinit Fleetlog::MsgDesc desc(facility, ringFn, "%s %s %s %s", 1, 5,
                                           Fleetlog::withoutSignature);
   Fleetlog::RingBuf ring(file_);
   ASSERT_TRUE(ring.startMsg(desc));
@@ -113,7 +114,7 @@ struct Nothing {
 };
 
 TEST_F(RingBufTest, JoinsThePiecesOfAValue) {
-  static constinit Fleetlog::MsgDesc desc(facility, fn, "a %s b %s c %s d %s", 1, 5,
+  static constinit Fleetlog::MsgDesc desc(facility, ringFn, "a %s b %s c %s d %s", 1, 5,
                                           Fleetlog::withoutSignature);
   Fleetlog::RingBuf ring(file_);
   ASSERT_TRUE(ring.startMsg(desc));
@@ -123,8 +124,9 @@ TEST_F(RingBufTest, JoinsThePiecesOfAValue) {
 }
 
 TEST_F(RingBufTest, ShowsPlaceholdersWithoutValueAndValuesWithoutPlaceholder) {
-  static constinit Fleetlog::MsgDesc one(facility, fn, "%s %s", 1, 5, Fleetlog::withoutSignature);
-  static constinit Fleetlog::MsgDesc none(facility, fn, "none", 1, 5, Fleetlog::withSignature);
+  static constinit Fleetlog::MsgDesc one(facility, ringFn, "%s %s", 1, 5,
+                                         Fleetlog::withoutSignature);
+  static constinit Fleetlog::MsgDesc none(facility, ringFn, "none", 1, 5, Fleetlog::withSignature);
   Fleetlog::RingBuf ring(file_);
   ASSERT_TRUE(ring.startMsg(one));
   ring.put(1);
@@ -136,7 +138,7 @@ TEST_F(RingBufTest, ShowsPlaceholdersWithoutValueAndValuesWithoutPlaceholder) {
 }
 
 TEST_F(RingBufTest, ForgetsAMessageThatIsNotEnded) {
-  static constinit Fleetlog::MsgDesc desc(facility, fn, "%s", 1, 5, Fleetlog::withoutSignature);
+  static constinit Fleetlog::MsgDesc desc(facility, ringFn, "%s", 1, 5, Fleetlog::withoutSignature);
   {
     Fleetlog::RingBuf ring(file_);
     ASSERT_TRUE(ring.startMsg(desc));
@@ -149,7 +151,7 @@ TEST_F(RingBufTest, ForgetsAMessageThatIsNotEnded) {
 }
 
 TEST_F(RingBufTest, RefusesAMessageInsideAnother) {
-  static constinit Fleetlog::MsgDesc desc(facility, fn, "%s", 1, 5, Fleetlog::withoutSignature);
+  static constinit Fleetlog::MsgDesc desc(facility, ringFn, "%s", 1, 5, Fleetlog::withoutSignature);
   Fleetlog::RingBuf ring(file_);
   ASSERT_TRUE(ring.startMsg(desc));
   ring.put("outer");

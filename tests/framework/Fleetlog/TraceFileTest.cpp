@@ -23,11 +23,10 @@ using FleetlogTest::areConsecutive;
 using FleetlogTest::numberOf;
 using FleetlogTest::Read;
 using FleetlogTest::read;
+using FleetlogTest::smallest;
 using FleetlogTest::writeNumber;
 using testing::ElementsAre;
 using testing::SizeIs;
-
-constexpr Fleetlog::TraceFile::Sizes smallest{.ringBytes = 0, .descriptorBytes = 0};
 
 TEST(TraceFileTest, KeepsTheNewestMessagesWhenTheRingIsFull) {
   Fleetlog::TraceFile file(smallest);

@@ -21,6 +21,9 @@ namespace FleetlogTest {
 
 inline constinit Pith::TraceFacility facility("Test/Fleetlog");
 
+// As little as a trace file takes.
+inline constexpr Fleetlog::TraceFile::Sizes smallest{.ringBytes = 0, .descriptorBytes = 0};
+
 // Writes "number N <text>"; false when it could not be started.
 inline bool writeNumber(Fleetlog::TraceFile& file, std::uint64_t number,
                         std::string_view text = "") {

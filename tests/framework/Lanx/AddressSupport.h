@@ -35,6 +35,17 @@ std::string refusal(std::string_view text) {
   }
 }
 
+// What making a T of `arguments` raises, or "nothing".
+template <class T, class... Arguments>
+std::string raisedFor(Arguments... arguments) {
+  try {
+    T{arguments...};
+    return "nothing";
+  } catch (const Pith::RangeException& error) {
+    return error.what();
+  }
+}
+
 // The value of `text`, or nothing where it is refused.
 template <class T>
 std::optional<T> accepted(std::string_view text) {

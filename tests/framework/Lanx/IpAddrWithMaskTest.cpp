@@ -18,6 +18,7 @@ using Lanx::IpAddr;
 using Lanx::IpAddrWithMask;
 using Lanx::IpGenAddr;
 using Lanx::IpGenAddrWithMask;
+using LanxTest::raisedFor;
 using LanxTest::refusal;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
@@ -26,16 +27,6 @@ static_assert(sizeof(IpAddrWithMask) == 8);
 static_assert(sizeof(Ip6AddrWithMask) == 17 && alignof(Ip6AddrWithMask) == 1);
 static_assert(sizeof(IpGenAddrWithMask) == 18 && alignof(IpGenAddrWithMask) == 1);
 static_assert(!IpAddrWithMask(IpAddr(0x0a000001), 8).validAsPrefix(), "usable in constants");
-
-template <class T, class... Arguments>
-std::string raisedFor(Arguments... arguments) {
-  try {
-    T{arguments...};
-    return "nothing";
-  } catch (const Pith::RangeException& error) {
-    return error.what();
-  }
-}
 
 TEST(IpAddrWithMaskTest, keepsHostBits) {
   const auto subnet = IpAddrWithMask::parse("192.0.2.1/24");

@@ -23,6 +23,7 @@ using Lanx::IpGenAddr;
 using Lanx::IpGenAddrWithMask;
 using Lanx::IpGenPrefix;
 using Lanx::Prefix;
+using LanxTest::raisedFor;
 using LanxTest::refusal;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
@@ -47,16 +48,6 @@ static_assert(!std::convertible_to<IpGenPrefix, Prefix>);
 
 constexpr const char* hostBits = "Lanx::Prefix::validAsPrefix != true not allowed";
 constexpr const char* hostBits6 = "Lanx::Ip6Prefix::validAsPrefix != true not allowed";
-
-template <class T, class... Arguments>
-std::string raisedFor(Arguments... arguments) {
-  try {
-    T{arguments...};
-    return "nothing";
-  } catch (const Pith::RangeException& error) {
-    return error.what();
-  }
-}
 
 TEST(PrefixTest, hostBitsAreRefusedFromTextSubnetAndAddress) {
   EXPECT_EQ(refusal<Prefix>("192.0.2.1/24"), hostBits);

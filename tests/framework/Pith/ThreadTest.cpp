@@ -16,13 +16,13 @@ namespace {
 constexpr int threadCount = 4;
 constexpr int rounds = 20000;
 
-class Thing final : public Pith::Node {
+class SharedThing final : public Pith::Node {
  public:
-  explicit Thing(std::atomic<int>& destroyed) : destroyed_(destroyed) {}
+  explicit SharedThing(std::atomic<int>& destroyed) : destroyed_(destroyed) {}
   int value = 42;
 
  private:
-  ~Thing() override { ++destroyed_; }
+  ~SharedThing() override { ++destroyed_; }
 
   std::atomic<int>& destroyed_;
 };
@@ -42,10 +42,10 @@ class ThreadTest : public testing::Test {
 
 TEST_F(ThreadTest, countsOfReferencesAreExactAfterCopiesInAllThreads) {
   std::atomic<int> destroyed = 0;
-  auto thing = Pith::Ptr<Thing>::adopt(new Thing(destroyed));
+  auto thing = Pith::Ptr<SharedThing>::adopt(new SharedThing(destroyed));
   inAllThreads([&thing] {
     for (int round = 0; round < rounds; ++round) {
-      Pith::Ptr<Thing> copy = thing;
+      Pith::Ptr<SharedThing> copy = thing;
       const Pith::Ptr<const Pith::Node> another = copy;
       copy = nullptr;
     }
@@ -60,7 +60,7 @@ TEST_F(ThreadTest, whichThreadDropsLastDestroysOnceAndSeesTheWritesOfTheOthers) 
     std::atomic<int> destroyed = 0;
     std::atomic<int> sum = 0;
     {
-      const auto thing = Pith::Ptr<Thing>::adopt(new Thing(destroyed));
+      const auto thing = Pith::Ptr<SharedThing>::adopt(new SharedThing(destroyed));
       std::array<std::thread, threadCount> threads;
       for (std::thread& thread : threads) {
         thread = std::thread([held = thing, &sum]() mutable {
@@ -92,10 +92,10 @@ TEST_F(ThreadTest, namesAreCopiedComparedAndDroppedInAllThreads) {
 
 TEST(ThreadControlTest, countsOfOneThreadGoOnWhereThreadedOnesStopped) {
   std::atomic<int> destroyed = 0;
-  auto thing = Pith::Ptr<Thing>::adopt(new Thing(destroyed));
+  auto thing = Pith::Ptr<SharedThing>::adopt(new SharedThing(destroyed));
   Pith::ThreadControl::threadedIs(true);
   EXPECT_TRUE(Pith::ThreadControl::threaded());
-  const Pith::Ptr<Thing> copy = thing;
+  const Pith::Ptr<SharedThing> copy = thing;
   Pith::ThreadControl::threadedIs(false);
   EXPECT_FALSE(Pith::ThreadControl::threaded());
   EXPECT_EQ(copy->useCount(), 2U);

@@ -17,9 +17,9 @@ using testing::ElementsAre;
 using TestSupport::TraceCapture;
 using TestSupport::TraceRecord;
 
-constinit Pith::TraceFacility facility("Firewall/FmtraceTest");
+constinit Pith::TraceFacility fmtraceFacility("Firewall/FmtraceTest");
 
-struct Appended {
+struct CountedText {
   int& formatted;
   void appendTo(std::string& out) const {
     ++formatted;
@@ -30,11 +30,12 @@ struct Appended {
 TEST(FmtraceTest, ReplacesBracesByValuesUnderTheLabel) {
   const TraceCapture traces;
   int formatted = 0;
-  Pith::fmtrace(facility, 8, "Handle", "Active work handles {}", std::uint32_t{3});
-  Pith::fmtrace(facility, 6, "Handle", "set updateInProgress to true");
-  Pith::fmtrace(facility, 5, "Other", "{}{} {} { } {a}{}", -1, true, Pith::String("name"), "text");
-  Pith::fmtrace(facility, 4, "Other", "{}, {}, {}", 'c', std::string_view("{}"),
-                Appended{formatted});
+  Pith::fmtrace(fmtraceFacility, 8, "Handle", "Active work handles {}", std::uint32_t{3});
+  Pith::fmtrace(fmtraceFacility, 6, "Handle", "set updateInProgress to true");
+  Pith::fmtrace(fmtraceFacility, 5, "Other", "{}{} {} { } {a}{}", -1, true, Pith::String("name"),
+                "text");
+  Pith::fmtrace(fmtraceFacility, 4, "Other", "{}, {}, {}", 'c', std::string_view("{}"),
+                CountedText{formatted});
   EXPECT_THAT(
       traces.records(),
       ElementsAre(TraceRecord{"Firewall/FmtraceTest", 8, "Handle", "Active work handles 3"},
@@ -47,7 +48,7 @@ TEST(FmtraceTest, ReplacesBracesByValuesUnderTheLabel) {
 TEST(FmtraceTest, FormatsNothingBelowTheLevel) {
   const TraceCapture traces(5);
   int formatted = 0;
-  Pith::fmtrace(facility, 6, "Handle", "{}", Appended{formatted});
+  Pith::fmtrace(fmtraceFacility, 6, "Handle", "{}", CountedText{formatted});
   EXPECT_EQ(formatted, 0);
   EXPECT_TRUE(traces.records().empty());
 }
