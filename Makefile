@@ -21,19 +21,19 @@ run:
 test: release
 
 ## make debug          the same with debug information and the standard library's assertions
-## make asan           the same under AddressSanitizer and UndefinedBehaviorSanitizer
 ## make tsan           the tests that name threads, under ThreadSanitizer
-.PHONY: release debug asan tsan
-release debug asan tsan:
+.PHONY: release debug tsan
+release debug tsan:
 	tools/setup.sh build test
 	cmake --preset $@
 	cmake --build --preset $@
 	ctest --preset $@
 
-## make clang          all tests, built by the second compiler
+## make asan           all tests under AddressSanitizer and UndefinedBehaviorSanitizer, by clang
+## make clang          all tests of the optimised libraries, built by clang
 ## make fuzz           each fuzz program for a fixed number of inputs
-.PHONY: clang fuzz
-clang fuzz:
+.PHONY: asan clang fuzz
+asan clang fuzz:
 	tools/setup.sh build test clang
 	cmake --preset $@
 	cmake --build --preset $@
