@@ -1,7 +1,8 @@
 // Which segments of the output use a class map: an index beside FwSegment.className.
 //
-//   for (auto user = hwConfig.classUser(name, {}); user; user = hwConfig.classUser(name,
-//   user->place)) {
+//   ClassPlace place;
+//   while (const auto user = hwConfig.classUser(name, place)) {
+//     place = user->place;
 //     bind(*user->segment);                      // may change the index
 //   }
 //

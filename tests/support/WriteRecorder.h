@@ -1,8 +1,8 @@
 // The writes to an output tree, in order, as lines of text:
 //
-//   + vrf/red                                  a child or an entry appeared ("+
-//   …/subnets/10.0.0.0%2F8 = true") ~ vrf/red/segment/a/className = web        a value or an entry
-//   changed
+//   + vrf/red                                  a child appeared
+//   + vrf/red/prefixList/10.0.0.0%2F8 = a      an entry with its value appeared
+//   ~ vrf/red/segment/a/className = web        a value or an entry changed
 //   - vrf/red                                  it went
 //
 // A reference is written as the last step of its path, so that texts do not depend on numbers.
