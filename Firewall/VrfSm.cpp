@@ -112,7 +112,7 @@ void VrfSm::reconcile(const Pith::Ptr<FwVrf>& fwVrf) const {
     steps.run([&] { fwVrf->segmentDel(name); });
   }
   steps.rethrow();
-  if (!hwCapability || !hwCapability->globalPrefixListSupported()) return;
+  if (!takesVrfWideList()) return;
   for (const auto& entry : fwVrf->prefixList()) {
     const Lanx::IpGenPrefix prefix = entry.key;
     const Pith::String segment = getGlobalPrefixSegment(prefix);
@@ -254,19 +254,6 @@ bool VrfSm::isHeldByOtherSource() const {
     TWINLOG_FN(facility, 5, fn, " Source: %s still has configuration enabled", source);
     return true;
   });
-}
-
-void VrfSm::releaseGlobalPrefix(const Lanx::IpGenPrefix& prefix) {
-  if (!outFirewallConfig->vrfHas(vrfName)) return;
-  const bool isHeld =
-      anySource(*fwConfigDir, [&](const Pith::String&, const Config::PtrConst& config) {
-        const Vrf::PtrConst vrf = config->vrf(vrfName);
-        if (config == inConfig || !config->enabled() || !vrf || !vrf->prefixHas(prefix))
-          return false;
-        processGlobalPrefix(vrf, true, prefix);
-        return true;
-      });
-  if (!isHeld) processGlobalPrefix(vrfConfig, inConfig->enabled(), prefix);
 }
 
 VrfSm::Ptr vrfSmFactory(Pith::String vrfName, Pith::Ptr<const Kiv::Dir> fwConfigDir,

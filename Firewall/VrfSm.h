@@ -120,7 +120,8 @@ class PITH_EXPORT VrfSm final : public Kiv::Reactor<VrfSm, VrfSmAttributes> {
   template <class Visit>
   void eachServiceSideSegment(const Visit& visit) const;
   bool isHeldByOtherSource() const;
-  // This source lets go of a global prefix, which may be another enabled source's as well.
+  bool takesVrfWideList() const;
+  // This source lets go of a global prefix: it is the next enabled source's that has it.
   void releaseGlobalPrefix(const Lanx::IpGenPrefix& prefix);
 
   Kiv::Subscription<&VrfSm::vrfConfigDispatch> vrfConfigSubscription_;

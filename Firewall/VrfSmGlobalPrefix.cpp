@@ -1,5 +1,6 @@
 // The global prefixes of a VRF: which segment the VRF-wide list gives them to.
 #include "Firewall/SegmentLinks.h"
+#include "Firewall/Sources.h"
 #include "Firewall/Trace.h"
 #include "Firewall/VrfSm.h"
 #include "Firewall/VrfSources.h"
@@ -7,21 +8,36 @@
 #include "framework/Pith/Assert.h"
 
 namespace Firewall {
-namespace {
 
-bool takesVrfWideList(const Pith::Ptr<const HwCapability>& hwCapability) {
+bool VrfSm::takesVrfWideList() const {
   return hwCapability && hwCapability->globalPrefixListSupported();
 }
-
-}  // namespace
 
 void VrfSm::handleGlobalPrefix(const Lanx::IpGenPrefix& prefix) {
   static constexpr Twinlog::Function fn(
       "void Firewall::VrfSm::handleGlobalPrefix(const Lanx::IpGenPrefix&)");
   TWINLOG_FN(facility, 8, fn, " Vrf: %s prefix: %s", vrfName, prefix);
-  if (!initialized_ || !takesVrfWideList(hwCapability)) return;
+  if (!initialized_ || !takesVrfWideList()) return;
   if (!outFirewallConfig->vrfHas(vrfName)) return;  // the output was cleared; it does not come back
-  processGlobalPrefix(vrfConfig, vrfConfig->prefixHas(prefix), prefix);
+  if (vrfConfig->prefixHas(prefix)) {
+    processGlobalPrefix(vrfConfig, true, prefix);
+  } else {
+    releaseGlobalPrefix(prefix);
+  }
+}
+
+void VrfSm::releaseGlobalPrefix(const Lanx::IpGenPrefix& prefix) {
+  if (!outFirewallConfig->vrfHas(vrfName)) return;
+  const auto isHeldBy = [&](const Pith::String& /*source*/, const Config::PtrConst& config) {
+    if (config == inConfig || !config->enabled()) return false;
+    const Vrf::PtrConst vrf = config->vrf(vrfName);
+    if (!vrf || !vrf->prefixHas(prefix)) return false;
+    processGlobalPrefix(vrf, true, prefix);
+    return true;
+  };
+  if (!anySource(*fwConfigDir, isHeldBy)) {
+    processGlobalPrefix(vrfConfig, inConfig->enabled(), prefix);
+  }
 }
 
 void VrfSm::processGlobalPrefix(const Pith::Ptr<const Vrf>& vrf, bool configured,
@@ -30,7 +46,7 @@ void VrfSm::processGlobalPrefix(const Pith::Ptr<const Vrf>& vrf, bool configured
       "void Firewall::VrfSm::processGlobalPrefix(const PtrConst&, bool, const "
       "Lanx::IpGenPrefix&)");
   TWINLOG_FN(facility, 8, fn, " Vrf: %s prefix: %s", vrfName, prefix);
-  if (!takesVrfWideList(hwCapability)) return;
+  if (!takesVrfWideList()) return;
   const Pith::String matchListSegment = getSegmentForMatchListPrefix(prefix);
   const Pith::String* const named = vrf->prefix(prefix);
   if (!configured || named == nullptr) {

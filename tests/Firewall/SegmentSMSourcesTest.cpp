@@ -172,6 +172,45 @@ TEST_F(SegmentSMSourcesTest, GlobalPrefixThatTwoSourcesGiveToDifferentSegmentsPa
   EXPECT_EQ(owner("10.0.0.0/8"), "b");
 }
 
+TEST_F(SegmentSMSourcesTest, GlobalPrefixThatOneSourceRemovesIsThatOfTheNextEnabledOne) {
+  for (const char* source : {"cli", "api"}) {
+    for (const char* name : {"a", "b"}) segment("red", name, source);
+  }
+  vrf("red", "absent")->prefixIs(prefix("10.0.0.0/8"), "a");  // a source that is not enabled
+  vrf("red", "api")->prefixIs(prefix("10.0.0.0/8"), "b");
+  vrf("red", "cli")->prefixIs(prefix("10.0.0.0/8"), "a");
+  ASSERT_EQ(owner("10.0.0.0/8"), "a");
+  sw().recorder.take();
+  vrf("red", "cli")->prefixDel(prefix("10.0.0.0/8"));
+  EXPECT_THAT(sw().recorder.take(), ElementsAre("~ vrf/red/prefixList/10.0.0.0%2F8 = b"));
+  vrf("red", "api")->prefixDel(prefix("10.0.0.0/8"));
+  EXPECT_EQ(owner("10.0.0.0/8"), "");
+}
+
+TEST_F(SegmentSMSourcesTest, SegmentThatADisabledSourceConfiguresStaysWithItsInterfaces) {
+  matchList("list", {"10.0.0.0/8"});
+  subscriber("red", "a", {"Ethernet1"})->prefixIpv4MlIs(ListSource::matchList("list"));
+  segment("red", "a")->policyIs("b", "p");
+  segment("red", "b", "api");
+  ASSERT_THAT(links(fwSegment("red", "a")), ElementsAre("b=p"));
+  cli->enabledIs(false);
+  ASSERT_TRUE(fwSegment("red", "a"));
+  EXPECT_THAT(subnets("a"), IsEmpty());
+  EXPECT_EQ(owner("10.0.0.0/8"), "");
+  EXPECT_THAT(links(fwSegment("red", "a")), IsEmpty());
+  EXPECT_THAT(interfaces(fwSegment("red", "a")), ElementsAre("Ethernet1"));
+}
+
+TEST_F(SegmentSMSourcesTest, ClassMapThatLeavesOneSourceUnbindsThoughAnotherHasIt) {
+  subscriber("red", "a", {"Ethernet1"}, "api");
+  subscriber("red", "a", {"Ethernet1"}, "cli");
+  ASSERT_THAT(interfaces(fwSegment("red", "a")), ElementsAre("Ethernet1"));
+  cli->classMapDel("__VRF_red_segment_a");
+  EXPECT_THAT(interfaces(fwSegment("red", "a")), IsEmpty());
+  sw().interface("Ethernet2", "red");  // all class maps are evaluated again
+  EXPECT_THAT(interfaces(fwSegment("red", "a")), ElementsAre("Ethernet1"));
+}
+
 TEST_F(SegmentSMSourcesTest, SourceRemovedFromTheDirectoryTakesItsOwnAlong) {
   segment("red", "a", "cli");
   segment("red", "b", "api");
@@ -209,14 +248,26 @@ TEST_F(SegmentSMSourcesTest, L2DirectoryIsThatOfTheSourceThatStartedLast) {
   api->l2SegmentDirDel();
 }
 
+TEST_F(SegmentSMSourcesTest, SourceThatLeavesAVrfThatIsNotInTheOutputDoesNotBringItBack) {
+  segment("red", "a", "cli");
+  segment("red", "a", "api");
+  vrf("red", "cli")->prefixIs(prefix("10.0.0.0/8"), "a");
+  sw().hwConfig->vrfDel("red");
+  sw().recorder.take();
+  cli->enabledIs(false);
+  EXPECT_THAT(sw().recorder.takeBelow("vrf/"), IsEmpty());
+}
+
 TEST_F(SegmentSMSourcesTest, SecondCleanupOfAVrfDoesNothing) {
   segment("red", "a", "cli");
   segment("red", "a", "api");
   const auto held = vrfSm("red", "cli");
   cli->enabledIs(false);
+  vrf("red", "cli")->prefixIs(prefix("10.0.0.0/8"), "a");
   sw().recorder.take();
   const TraceCapture traces;
   held->cleanup();
+  held->handleGlobalPrefix(prefix("10.0.0.0/8"));
   held->handleSegment();
   held->handleSegment("a");
   EXPECT_THAT(sw().recorder.take(), IsEmpty());

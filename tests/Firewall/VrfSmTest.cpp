@@ -10,6 +10,7 @@
 
 #include "Firewall/RootSm.h"
 #include "framework/Pith/RangeException.h"
+#include "tests/Firewall/PathFixture.h"
 #include "tests/support/Reinstantiation.h"
 #include "tests/support/SegmentTest.h"
 
@@ -128,6 +129,20 @@ TEST_F(VrfSmTest, SegmentReplacedWhileItsRemovalIsToldIsFollowed) {
   EXPECT_EQ(segmentSm("red", "a")->attributes().inSegment, anew);
   EXPECT_EQ(fwSegment("red", "a")->className(), "");
   anew->classNameIs("__segment_new");
+  EXPECT_EQ(fwSegment("red", "a")->className(), "__segment_new");
+}
+
+TEST_F(VrfSmTest, SegmentThatASubscriberAddsAnewWhileItIsTakenDownStays) {
+  const auto red = vrf("red");
+  red->segmentIs("a");
+  const TestSupport::OnWrite adder(sw().hwConfig, [&red](const Kiv::TreeChange& change) {
+    if (change.path == "vrf/red/segment/a" && change.change.current == nullptr) red->segmentIs("a");
+  });
+  red->segmentDel("a");
+  ASSERT_TRUE(fwSegment("red", "a"));
+  ASSERT_TRUE(segmentSm("red", "a"));
+  EXPECT_EQ(segmentSm("red", "a")->attributes().inSegment, red->segment("a"));
+  red->segment("a")->classNameIs("__segment_new");
   EXPECT_EQ(fwSegment("red", "a")->className(), "__segment_new");
 }
 
