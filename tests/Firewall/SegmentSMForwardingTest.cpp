@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "Firewall/RootSm.h"
 #include "tests/support/SegmentTest.h"
 
@@ -190,6 +192,18 @@ TEST_F(SegmentSMForwardingTest, LinkOutlivesThePolicyThatForwardingSegmentsNames
   EXPECT_THAT(from("service"), ElementsAre("users=p"));
 }
 
+TEST_F(SegmentSMForwardingTest, LinkFromASubscriberThatLostItsInterfacesStaysUntilItIsMadeAnew) {
+  service("service");
+  users("users", "Ethernet1", "service");
+  cli->classMap("__VRF_red_segment_users")->intfVlanDataDelAll();
+  segmentSm("red", "users")->handleClassMap();  // reports the service side
+  EXPECT_TRUE(vrfSm("red")->serviceSideSegment().has("users"));
+  EXPECT_THAT(from("service"), ElementsAre("users=p"));
+  vrf("red")->segmentDel("users");
+  subscriber("red", "users", {})->policyIs("service", "p");
+  EXPECT_THAT(from("service"), IsEmpty());
+}
+
 TEST_F(SegmentSMForwardingTest, OtherVrfsAreNotConcerned) {
   service("service");
   subscriber("blue", "users", {"Ethernet1"})->policyIs("service", "p");
@@ -214,6 +228,91 @@ TEST_F(SegmentSMForwardingTest, ReplayGivesTheSameLinksAsTheChangesDid) {
   cli->enabledIs(true);
   // The policies come after the segments, and the reports of the class maps after both.
   EXPECT_THAT(from("service"), UnorderedElementsAre("users=p", "guests=p"));
+}
+
+// Segments that receive, forward, join the subscribers and, made anew without interfaces, leave
+// them: after each step every service receives from exactly the subscribers that forward to it.
+class ForwardingHistoryTest : public SegmentSMForwardingTest {
+ protected:
+  void run(unsigned seed) {
+    std::mt19937 random(seed);
+    const auto pick = [&random](std::size_t below) {
+      return std::uniform_int_distribution<std::size_t>(0, below - 1)(random);
+    };
+    for (int step = 0; step < 120 && !HasFailure(); ++step) {
+      const std::size_t which = pick(names_.size());
+      const std::string& name = names_[which];
+      const bool isThere = vrf("red")->segmentHas(name);
+      switch (pick(8)) {
+        case 0:
+          vrf("red")->segmentDel(name);
+          break;
+        case 1:
+          vrf("red")->segmentDel(name);
+          cli->classMap(className(name))->intfVlanDataDelAll();
+          break;
+        case 2:
+          cli->classMap(className(name))->intfVlanDataIs(intfNamed(interfaceOf(which)));
+          break;
+        case 3:
+          if (isThere) receive(*segment("red", name));
+          break;
+        case 4:
+          if (isThere) segment("red", name)->policyDel(names_[pick(names_.size())]);
+          break;
+        case 5:
+        case 6:
+          if (isThere) forward(*segment("red", name), names_[pick(names_.size())]);
+          break;
+        default:
+          segment("red", name)->classNameIs(className(name));
+      }
+      for (const std::string& each : names_) expectReceives(each);
+    }
+    EXPECT_FALSE(HasFailure()) << "seed " << seed;
+  }
+
+  // A segment names either "forwarding-segments" or others.
+  static void receive(Firewall::Segment& input) {
+    if (input.policy().empty()) input.policyIs("forwarding-segments", "p");
+  }
+  static void forward(Firewall::Segment& input, const std::string& to) {
+    if (!input.policyHas("forwarding-segments")) input.policyIs(to, "p");
+  }
+
+  void expectReceives(const std::string& name) {
+    const auto input = vrf("red")->segment(name);
+    if (!input || !input->policyHas("forwarding-segments")) return;
+    if (!vrfSm("red")->serviceSideSegment().has(name)) return;
+    std::vector<std::string> wanted;
+    for (const std::string& other : names_) {
+      const auto subscriber = vrf("red")->segment(other);
+      if (!subscriber || !subscriber->policyHas(name)) continue;
+      if (!interfaces(fwSegment("red", other)).empty()) wanted.push_back(other + "=p");
+    }
+    EXPECT_THAT(from(name), ::testing::UnorderedElementsAreArray(wanted)) << name;
+  }
+
+  static Pith::String className(const std::string& name) {
+    return Firewall::vrfSegmentClassMap("red", name);
+  }
+  static std::string interfaceOf(std::size_t which) {
+    return "Ethernet" + std::to_string(which + 1);
+  }
+
+  const std::vector<std::string> names_{"a", "b", "c", "d"};
+};
+
+TEST_F(ForwardingHistoryTest, ServicesReceiveFromTheSubscribersThatForwardToThem) {
+  for (std::size_t which = 0; which < names_.size(); ++which) {
+    sw().interface(interfaceOf(which), "red");
+    cli->classMapIs(className(names_[which]));
+  }
+  for (unsigned seed = 1; seed <= 25 && !HasFailure(); ++seed) {
+    run(seed);
+    vrf("red")->segmentDelAll();
+    for (const std::string& name : names_) cli->classMap(className(name))->intfVlanDataDelAll();
+  }
 }
 
 }  // namespace
