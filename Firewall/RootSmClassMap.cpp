@@ -143,7 +143,7 @@ void RootSm::addIntfSegmentAll(const Pith::String& className, Lanx::IntfId intf)
       "void Firewall::RootSm::addIntfSegmentAll(const String&, Lanx::IntfId)");
   TWINLOG_FN(facility, 8, fn, " className: %s intf: %s", className, intf.shortName());
   if (!intfStatusDir->intfStatusHas(intf)) {
-    TWINLOG_FN(facility, 8, fn, "Early return, no intfStatus");
+    TWINLOG_FN(facility, 8, fn, " Early return, no intfStatus");
     return;
   }
   const auto bindVrfSegment = [&](const Pith::Ptr<FwSegment>& segment) {

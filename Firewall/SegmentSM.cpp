@@ -137,7 +137,7 @@ void SegmentSM::handleClassMap() {
 bool SegmentSM::hasIntfStatus(const Lanx::IntfId& intf) const {
   TWINLOG_FN(facility, 8, handleClassMapFn, "Processing intf %s", intf);
   if (intfStatusDir->intfStatusHas(intf)) return true;
-  TWINLOG_FN(facility, 8, handleClassMapFn, "Intf %s not in intfStatus", intf);
+  TWINLOG_FN(facility, 8, handleClassMapFn, "Intf%s not in intfStatus", intf);
   return false;
 }
 

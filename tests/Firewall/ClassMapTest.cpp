@@ -49,9 +49,12 @@ TEST_F(ClassMapTest, InterfaceThatDoesNotExistIsLeftOut) {
   const TraceCapture traces;
   root()->addIntfSegmentAll("__VRF_red_segment_a", intfNamed("Ethernet9"));
   EXPECT_TRUE(traces.saw(8, "addIntfSegmentAll", " className: __VRF_red_segment_a intf: Et9"));
-  EXPECT_TRUE(traces.saw(8, "addIntfSegmentAll", "Early return, no intfStatus"));
+  EXPECT_TRUE(traces.saw(8, "addIntfSegmentAll", " Early return, no intfStatus"));
   EXPECT_EQ(traces.records().size(), 2U);
+  sw().interface("Ethernet9");  // that it appears is not heard
   EXPECT_THAT(sw().recorder.take(), IsEmpty());
+  root()->handleClassMap();
+  EXPECT_THAT(interfaces(fwSegment("red", "a")), ElementsAre("Ethernet9"));
 }
 
 TEST_F(ClassMapTest, InterfaceThatIsNotRoutedIsUnboundFromAVrfSegment) {
@@ -105,10 +108,12 @@ TEST_F(ClassMapTest, RemovingTheClassMapUnbindsAllItsInterfacesVrfsFirst) {
   segment("red", "b")->classNameIs("__VRF_red_segment_a");
   subscriber("red", "a", {"Ethernet1"});
   sw().recorder.take();
+  const TraceCapture traces;
   cli->classMapDel("__VRF_red_segment_a");
   EXPECT_THAT(sw().recorder.take(), ElementsAre("- vrf/red/segment/a/intfVlanRangeSet/Ethernet1",
                                                 "- vrf/red/segment/b/intfVlanRangeSet/Ethernet1",
                                                 "- l2Seg/segment/lab/intfVlanRangeSet/Ethernet1"));
+  EXPECT_TRUE(traces.saw(8, "deleteIntfSegmentAll", " className: __VRF_red_segment_a intf: "));
 }
 
 TEST_F(ClassMapTest, ClassMapThatAppearsAfterTheSegmentBindsItsInterfaces) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "Firewall/RootSm.h"
+#include "tests/Firewall/PathFixture.h"
 #include "tests/support/Reinstantiation.h"
 #include "tests/support/SegmentTest.h"
 
@@ -36,6 +37,20 @@ TEST_F(SegmentSMTest, StartRunsTheHandlersInOrder) {
                                  "handleFromSegment: ", "handleFallbackPolicy: "));
   EXPECT_TRUE(traces.saw(7, "handleInitialized", " return"));
   EXPECT_TRUE(traces.saw(7, "handleFromSegment", " return"));
+}
+
+TEST_F(SegmentSMTest, EntriesAreTraced) {
+  segment("red", "a");
+  const auto reactor = segmentSm("red", "a");
+  const TraceCapture traces(8);
+  reactor->updateLocalDataForVrfSegment();
+  reactor->cleanClassmap();
+  reactor->isFromSegmentConfigured("a", "b");
+  reactor->removeFromSegments();
+  EXPECT_TRUE(traces.saw(8, "updateLocalDataForVrfSegment", ": "));
+  EXPECT_TRUE(traces.saw(8, "cleanClassmap", ": "));
+  EXPECT_TRUE(traces.saw(8, "isFromSegmentConfigured", ": a, b"));
+  EXPECT_TRUE(traces.saw(8, "removeFromSegments", ": "));
 }
 
 // Links.
@@ -72,8 +87,10 @@ TEST_F(SegmentSMTest, FromSegmentWithoutPolicyOrRemovedHasNoLink) {
   segment("red", "b");
   const auto a = segment("red", "a");
   a->policyIs("b", "p");
+  const TraceCapture traces;
   a->policyIs("b", "");
   EXPECT_THAT(links(fwSegment("red", "a")), IsEmpty());
+  for (const auto& record : traces.records()) EXPECT_NE(record.function, "addInterimFromSegment");
   a->policyIs("b", "p");
   a->policyDel("b");
   EXPECT_THAT(links(fwSegment("red", "a")), IsEmpty());
@@ -132,6 +149,7 @@ TEST_F(SegmentSMTest, RemovedSegmentLeavesNoLinkBehind) {
   EXPECT_THAT(sw().recorder.takeBelow("vrf/"),
               ElementsAre("- vrf/red/segment/a/fromSegment/b", "- vrf/red/segment/b"));
   EXPECT_TRUE(traces.saw(6, "removeFromSegments", " Segment is not configured. Removing:b"));
+  EXPECT_TRUE(traces.saw(8, "deleteInterFromSegAndFbPolicyAll", ": b, "));
   segment("red", "b");
   EXPECT_THAT(links(fwSegment("red", "a")), ElementsAre("b=p"));
 }
@@ -169,6 +187,18 @@ TEST_F(SegmentSMTest, ClassMapChangeKeepsWhatBothBind) {
                           "+ " + path + "Ethernet3",
                           "~ " + path + "Ethernet3/className = __VRF_red_segment_other",
                           "- " + path + "Ethernet1"));
+}
+
+TEST_F(SegmentSMTest, ClassMapThatASubscriberNamesWhileAnotherIsBoundWins) {
+  for (const char* name : {"Ethernet1", "Ethernet2", "Ethernet3"}) sw().interface(name, "red");
+  classMap("__VRF_red_segment_first", {"Ethernet1", "Ethernet2"});
+  classMap("__VRF_red_segment_second", {"Ethernet3"});
+  const auto a = segment("red", "a");
+  const TestSupport::OnWrite namer(sw().hwConfig, [&a](const Kiv::TreeChange& change) {
+    if (change.path.ends_with("/Ethernet1")) a->classNameIs("__VRF_red_segment_second");
+  });
+  a->classNameIs("__VRF_red_segment_first");
+  EXPECT_THAT(interfaces(fwSegment("red", "a")), ElementsAre("Ethernet3"));
 }
 
 TEST_F(SegmentSMTest, L2ClassMapBindsInterfacesWithTheirRangesWithoutAVrfTest) {
@@ -230,7 +260,7 @@ TEST_F(SegmentSMTest, InterfaceThatDoesNotExistIsTracedAndSkipped) {
   const TraceCapture traces;
   segment("red", "a")->classNameIs("__VRF_red_segment_a");
   EXPECT_THAT(interfaces(fwSegment("red", "a")), IsEmpty());
-  EXPECT_TRUE(traces.saw(8, "handleClassMap", "Intf Ethernet9 not in intfStatus"));
+  EXPECT_TRUE(traces.saw(8, "handleClassMap", "IntfEthernet9 not in intfStatus"));
 }
 
 TEST_F(SegmentSMTest, InterfaceOfAnotherVrfIsUnbound) {
