@@ -158,7 +158,7 @@ void RootSm::addIntfSegmentAll(const Pith::String& className, Lanx::IntfId intf)
     if (segmentSm) segmentSm->updateLocalDataForVrfSegment();
   };
   const auto bindL2Segment = [&](const Pith::Ptr<FwSegment>& segment) {
-    TWINLOG_FN(facility, 8, fn, "Setting up L2 segment");
+    TWINLOG(facility, 8, fn, "Setting up L2 segment");
     segment->intfVlanRangeSetIs(className, intf);
     const Pith::Ptr<const ClassMapFirewall> classMap = inConfig->classMap(className);
     const auto vlans = classMap ? classMap->intfVlanData(intf) : nullptr;

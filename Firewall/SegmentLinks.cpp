@@ -43,10 +43,10 @@ void addInterimFromSegment(const Pith::Ptr<const Segment>& segment,
   const Pith::Ptr<FwSegment> source = fwSegmentDir->segment(from);
   const Pith::Ptr<FwPolicy> policy = policyNamed(*hwConfig, policyName);
   if (source && policy) {
-    TWINLOG_FN(facility, 6, fn, "Add segment entry:%s from%s policy%s", target, from, policyName);
+    TWINLOG(facility, 6, fn, "Add segment entry:%s from%s policy%s", target, from, policyName);
     target->fromSegmentIs(from, source, policy);
   } else {
-    TWINLOG_FN(facility, 7, fn, "FromSegment or Policy is not available:%s, %s", from, policyName);
+    TWINLOG(facility, 7, fn, "FromSegment or Policy is not available:%s, %s", from, policyName);
   }
   TWINLOG_FN(facility, 7, fn, " return");
 }
@@ -61,8 +61,7 @@ void deleteInterimFromSegment(const Pith::Ptr<FwSegmentDir>& /*fwSegmentDir*/,
     TWINLOG_FN(facility, 7, fn, " return");
     return;
   }
-  TWINLOG_FN(facility, 6, fn, "Delete segment entry:%s from%s policy%s", target, from,
-             link->policy);
+  TWINLOG(facility, 6, fn, "Delete segment entry:%s from%s policy%s", target, from, link->policy);
   target->fromSegmentDel(from);
 }
 

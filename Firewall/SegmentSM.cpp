@@ -50,7 +50,7 @@ void SegmentSM::handleInitialized() {
   TWINLOG_FN(facility, 8, fn, ": %s", segmentName);
   initialized_ = true;
   if (fwVrfConfig->segmentHas(segmentName)) {
-    TWINLOG_FN(facility, 6, fn, "Delete stale interim segment:%s", segmentName);
+    TWINLOG(facility, 6, fn, "Delete stale interim segment:%s", segmentName);
     removeFromSegments();
   }
   fwVrfConfig->segmentIs(segmentName);
@@ -114,10 +114,10 @@ void SegmentSM::handleClassMap() {
   }
   const bool isL2 = isL2ClassMap(className);
   if (isNew) {
-    TWINLOG_FN(facility, 6, fn, "Adding classMap %s to interim segment %s", className, segmentName);
+    TWINLOG(facility, 6, fn, "Adding classMap %s to interim segment %s", className, segmentName);
   } else {
-    TWINLOG_FN(facility, 6, fn, "Update intf list from class %s to interim segment %s L2=%s",
-               className, segmentName, isL2);
+    TWINLOG(facility, 6, fn, "Update intf list from class %s to interim segment %s L2=%s",
+            className, segmentName, isL2);
   }
   // A subscriber may name another class map meanwhile, which is then bound already.
   const auto isNamed = [&] { return inSegment->className() == className; };
@@ -135,15 +135,15 @@ void SegmentSM::handleClassMap() {
 }
 
 bool SegmentSM::hasIntfStatus(const Lanx::IntfId& intf) const {
-  TWINLOG_FN(facility, 8, handleClassMapFn, "Processing intf %s", intf);
+  TWINLOG(facility, 8, handleClassMapFn, "Processing intf %s", intf);
   if (intfStatusDir->intfStatusHas(intf)) return true;
-  TWINLOG_FN(facility, 8, handleClassMapFn, "Intf%s not in intfStatus", intf);
+  TWINLOG(facility, 8, handleClassMapFn, "Intf%s not in intfStatus", intf);
   return false;
 }
 
 void SegmentSM::bindL2Intf(const Pith::Ptr<const IntfVlanRangeSet>& data) {
   if (!hasIntfStatus(data->intfId())) return;
-  TWINLOG_FN(facility, 8, handleClassMapFn, "Setting HW config for segment");
+  TWINLOG(facility, 8, handleClassMapFn, "Setting HW config for segment");
   fwSegment_->intfVlanRangeSetIs(fwSegment_->className(), data->intfId());
   rootSm->updateVlanSet(fwSegment_, data);
 }

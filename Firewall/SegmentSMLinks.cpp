@@ -95,20 +95,19 @@ void SegmentSM::updateSubcriberSegment(const Pith::String& from) {
   const Pith::String policyName = named == nullptr ? Pith::String() : *named;
   const auto policy = policyName.empty() ? nullptr : outFirewallConfig->policy(policyName);
   if (!policy) {
-    TWINLOG_FN(facility, 7, fn, "Policy is not available:%s", policyName);
+    TWINLOG(facility, 7, fn, "Policy is not available:%s", policyName);
     return;
   }
   const Pith::Ptr<FwSegment> source = fwVrfConfig->segment(from);
   if (!source || !source->fromSegmentHas(segmentName)) {
-    TWINLOG_FN(facility, 7, fn,
-               "Either FromSegment (%s ) is not available,"
-               "or fromSegment doesnt forward to this segment:%s",
-               from, segmentName);
+    TWINLOG(facility, 7, fn,
+            "Either FromSegment (%s ) is not available,"
+            "or fromSegment doesnt forward to this segment:%s",
+            from, segmentName);
     fwSegment_->fromSegmentDel(from);
     return;
   }
-  TWINLOG_FN(facility, 6, fn, "Add segment entry:%s from%s policy%s", segmentName, from,
-             policyName);
+  TWINLOG(facility, 6, fn, "Add segment entry:%s from%s policy%s", segmentName, from, policyName);
   fwSegment_->fromSegmentIs(from, source, policy);
 }
 
@@ -145,7 +144,7 @@ void SegmentSM::removeFromSegments() {
     for (const auto& link : output->fromSegment()) {
       const Pith::String from = link.key;
       if (isFromSegmentConfigured(segmentName, from)) {
-        TWINLOG_FN(facility, 6, fn, "%s is configured from multiple source.", from);
+        TWINLOG(facility, 6, fn, "%s is configured from multiple source.", from);
         continue;
       }
       TWINLOG_FN(facility, 6, fn, " Removing source segment:%s from destination segment:%s Vrf:%s",
