@@ -161,8 +161,11 @@ TYPED_TEST(MatchListTest, HasMatchListLooksAtTheFamilyThatIsAskedFor) {
             TypeParam::family == Lanx::AddressFamily::ipv6);
 }
 
-TYPED_TEST(MatchListTest, ARemovedListIsWithdrawnAndItsReactorGoes) {
+TYPED_TEST(MatchListTest, ARemovedListIsWithdrawnAndThenItsReactorGoes) {
   const auto sm = this->applied();
+  const TestSupport::OnWrite watcher(this->sw().hwConfig, [&sm](const Kiv::TreeChange& /*write*/) {
+    EXPECT_TRUE(sm->matchIpv4PrefixListHas("web") || sm->matchIpv6PrefixListHas("web"));
+  });
   TypeParam::matchListDel(*this->sw().matchLists("lists"), "web");
   EXPECT_THAT(this->subnets("a"), IsEmpty());
   EXPECT_TRUE(sm->matchIpv4PrefixList().empty());
@@ -391,6 +394,18 @@ TEST_F(MatchListPathTest, APathThatGoesLeavesItsSubnets) {
   drop("a");
   EXPECT_THAT(subnets("a"), ElementsAre("10.0.0.0/8"));
   EXPECT_EQ(owner("10.0.0.0/8"), "a");
+}
+
+TEST_F(MatchListPathTest, ASegmentThatLeavesIsCleanedOfIpv4First) {
+  matchList("web", {"10.0.0.0/8", "2001:db8::/32"});
+  segment("a")->prefixIpv6MlIs(ListSource::matchList("web"));
+  segment("a")->prefixIpv4MlIs(ListSource::matchList("web"));
+  const auto sm = reactor("a");
+  sw().recorder.take();
+  sm->cleanup();
+  EXPECT_THAT(sw().recorder.take(),
+              ElementsAre("- " + wide("10.0.0.0/8"), "- " + local("a", "10.0.0.0/8"),
+                          "- " + wide("2001:db8::/32"), "- " + local("a", "2001:db8::/32")));
 }
 
 TEST_F(MatchListPathTest, AnL2SegmentHasSubnetsAndNoVrf) {

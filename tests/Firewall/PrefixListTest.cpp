@@ -90,8 +90,11 @@ TYPED_TEST(PrefixListTest, HasPrefixListLooksAtTheFamilyThatIsAskedFor) {
   EXPECT_TRUE(traces.saw(6, "hasPrefixList", " Could not find prefixlist: dc"));
 }
 
-TYPED_TEST(PrefixListTest, ARemovedListIsWithdrawnAndItsReactorGoes) {
+TYPED_TEST(PrefixListTest, ARemovedListIsWithdrawnAndThenItsReactorGoes) {
   const auto sm = this->applied();
+  const TestSupport::OnWrite watcher(this->sw().hwConfig, [&sm](const Kiv::TreeChange& /*write*/) {
+    EXPECT_TRUE(sm->aclIpv4PrefixListHas("dc") || sm->aclIpv6PrefixListHas("dc"));
+  });
   TypeParam::prefixListDel(*this->sw().aclListConfig, "dc");
   EXPECT_THAT(this->subnets("a"), IsEmpty());
   EXPECT_TRUE(sm->aclIpv4PrefixList().empty());

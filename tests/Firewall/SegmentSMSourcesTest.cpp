@@ -233,6 +233,13 @@ TEST_F(SegmentSMSourcesTest, SegmentOfOneSourceIsLinkedToThoseOfAnotherWhichever
   EXPECT_THAT(links(fwSegment("red", "b")), ElementsAre("a=p"));
 }
 
+TEST_F(SegmentSMSourcesTest, SegmentIsNotLinkedToOneThatADisabledSourceLinks) {
+  segment("red", "b", "api");
+  segment("red", "b", "disabled")->policyIs("a", "p");
+  segment("red", "a", "cli");
+  EXPECT_THAT(links(fwSegment("red", "b")), IsEmpty());
+}
+
 TEST_F(SegmentSMSourcesTest, L2DirectoryIsThatOfTheSourceThatStartedLast) {
   l2Segment("lab", "cli");
   l2Segment("office", "api");
