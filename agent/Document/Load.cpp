@@ -60,21 +60,25 @@ std::optional<std::string> contentOf(const std::string& path, std::string& why) 
     why = std::string("cannot be read: ") + std::strerror(errno);
     return std::nullopt;
   }
+  constexpr std::size_t step = std::size_t{1} << 18U;
   std::string content;
   struct stat status {};
+  std::size_t expected = 0;
   if (::fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
-    content.reserve(std::min(static_cast<std::size_t>(status.st_size), maxFileBytes) + 1);
+    expected = static_cast<std::size_t>(status.st_size);
   }
+  if (expected <= maxFileBytes) content.reserve(expected + step);
   ssize_t got = 1;
-  while (got > 0 && content.size() <= maxFileBytes) {
-    constexpr std::size_t step = std::size_t{1} << 18U;
+  bool isTooLarge = expected > maxFileBytes;
+  while (got > 0 && !isTooLarge) {
     const std::size_t before = content.size();
     content.resize(before + step);
     got = ::read(file, content.data() + before, step);
     content.resize(before + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    isTooLarge = content.size() > maxFileBytes;
   }
   if (got < 0) why = std::string("cannot be read: ") + std::strerror(errno);
-  if (content.size() > maxFileBytes) why = "is larger than 256 MiB";
+  if (isTooLarge) why = "is larger than 256 MiB";
   if (path != "-") ::close(file);
   if (!why.empty()) return std::nullopt;
   return content;

@@ -1,6 +1,8 @@
 // Every kind of refused configuration, with the place and the words that tell it.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -235,6 +237,25 @@ TEST(Refused, AFileThatCannotBeReadIsAnInputError) {
   EXPECT_EQ(result.status, 3);
   EXPECT_EQ(folder.without(result.err),
             "none.yaml: error: cannot be read: No such file or directory\n1 error\n");
+}
+
+TEST(Refused, AFileThatIsTooLargeIsNotRead) {
+  const Folder folder;
+  const std::string file = folder.file("a.json", "");
+  std::filesystem::resize_file(file, std::uintmax_t{1} << 30U);  // takes no space
+  const Result result = run({"check", file});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(folder.without(result.err), "a.json: error: is larger than 256 MiB\n1 error\n");
+}
+
+TEST(Refused, AFileThatIsCutAnywhereIsTold) {
+  const Folder folder;
+  const std::string whole =
+      R"({"app": {"web": {"proto": ["tcp", 17], "af": "ipv4"}}, "switch": null})";
+  for (std::size_t bytes = 0; bytes < whole.size(); ++bytes) {
+    EXPECT_EQ(run({"check", folder.file("a.json", whole.substr(0, bytes))}).status, 2) << bytes;
+  }
+  EXPECT_EQ(run({"check", folder.file("a.json", whole)}).status, 0);
 }
 
 TEST(Refused, AFolderWithoutDocumentsIsAnInputError) {
