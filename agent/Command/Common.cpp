@@ -67,6 +67,10 @@ Timing::~Timing() {
 void Timing::step(std::string name) {
   const Clock::time_point now = Clock::now();
   steps_.emplace_back(std::move(name), now - begin_);
+  // Somebody who waits for more than a second at a terminal may see what for.
+  if (!isShown_ && isatty(STDERR_FILENO) == 1 && now - begin_ > std::chrono::seconds(1)) {
+    fmt::print(stderr, "fwagent: {}: {:.1f} s\n", steps_.back().first, last().count() / 1000);
+  }
   begin_ = Clock::now();
 }
 

@@ -1,9 +1,11 @@
 #include "agent/Server/Verify.h"
 
-#include <array>
+#include <cstdint>
 #include <map>
+#include <set>
 #include <string_view>
 
+#include "Firewall/RuleId.h"
 #include "agent/View/Text.h"
 #include "framework/Kiv/Inspector.h"
 #include "framework/Kiv/Path.h"
@@ -52,34 +54,75 @@ void collect(const Kiv::Object& object, const std::string& prefix, Values& value
   }
 }
 
-struct Known {
-  std::string_view begin;
-  std::string_view part;
-  bool onlyInactive;
-  std::string_view explanation;
-};
-
 // What docs/behaviour.md lists of where the way matters and not the configuration alone.
-constexpr std::array<Known, 7> known{{
-    {"defaultPolicyDrop", "", true, "the switches keep their values when no source is enabled"},
-    {"forwardType", "", true, "the switches keep their values when no source is enabled"},
-    {"vrf/", "/prefixList/", false,
-     "of several segments with a prefix the first that claimed it owns it"},
-    {"policy/", "/rule/", false,
-     "rule identifiers are reused as soon as they are free, and where sources meet, the rule that "
-     "was compiled last holds"},
-    {"policy/", "/serviceRule/", false, "capabilities are read when something is compiled"},
-    {"policy/", "", false, "a disabled source leaves its policies while another is enabled"},
-    {"l2Seg", "", false, "of several sources the one enabled last has the L2 directory"},
-}};
-
-std::string explanationOf(const std::string& path, bool isActive) {
-  for (const Known& one : known) {
-    if (path.rfind(one.begin, 0) != 0 || (one.onlyInactive && isActive)) continue;
-    if (path.find(one.part) != std::string::npos) return std::string(one.explanation);
+class Explanations {
+ public:
+  Explanations(const Store& running, const Values& now, const Values& fresh)
+      : running_(running), now_(now), fresh_(fresh) {
+    for (auto entry = running.sources->entityPtrIteratorConst(); entry; ++entry) {
+      ++sources_;
+      const auto source = running.source(entry.key());
+      if (!source->enabled()) hasDisabled_ = true;
+      if (source->l2SegmentDir()) ++l2Directories_;
+    }
   }
-  return {};
-}
+
+  // Empty when none of them is the reason.
+  std::string_view of(const std::string& path) const {
+    const auto begins = [&path](std::string_view text) { return path.rfind(text, 0) == 0; };
+    if (begins("defaultPolicyDrop") || begins("forwardType")) {
+      if (!running_.hwConfig->active())
+        return "they keep their last values while nothing is active";
+      return hasDisabled_ ? "a change of a disabled source is looked at when an enabled one starts"
+                          : "";
+    }
+    if (path.find("/prefixList/") != std::string::npos) {
+      return "of several segments with a prefix the first that claimed it owns it";
+    }
+    if (begins("policy/") && path.find("/rule/") != std::string::npos) return ofRule(path);
+    if (begins("policy/") || begins("vrf/")) {
+      return hasDisabled_ ? "a source that is disabled beside an enabled one leaves its policies "
+                            "and segments"
+                          : "";
+    }
+    if (begins("l2Seg") && l2Directories_ > 1) {
+      return "of several sources with an L2 directory the one enabled last has it alone";
+    }
+    return "";
+  }
+
+ private:
+  std::string_view ofRule(const std::string& path) const {
+    const std::size_t slash = path.rfind('/');
+    const std::string policy = path.substr(0, slash + 1);
+    const auto seqnum =
+        Firewall::ruleSeqnum(static_cast<std::uint32_t>(std::stoul(path.substr(slash + 1))));
+    if (rulesOf(now_, policy, seqnum) == rulesOf(fresh_, policy, seqnum)) {
+      return "rule identifiers are reused as soon as they are free";
+    }
+    if (sources_ > 1) return "where sources meet, the rule that was compiled last holds";
+    return "";
+  }
+
+  // What the rules of a sequence number say, whatever their identifiers.
+  static std::multiset<std::string> rulesOf(const Values& values, const std::string& policy,
+                                            std::uint32_t seqnum) {
+    std::multiset<std::string> rules;
+    for (auto at = values.lower_bound(policy);
+         at != values.end() && at->first.rfind(policy, 0) == 0; ++at) {
+      const auto id = static_cast<std::uint32_t>(std::stoul(at->first.substr(policy.size())));
+      if (Firewall::ruleSeqnum(id) == seqnum) rules.insert(at->second);
+    }
+    return rules;
+  }
+
+  const Store& running_;
+  const Values& now_;
+  const Values& fresh_;
+  std::size_t sources_ = 0;
+  std::size_t l2Directories_ = 0;
+  bool hasDisabled_ = false;
+};
 
 }  // namespace
 
@@ -93,9 +136,10 @@ std::vector<Difference> verify(const Store& running) {
   collect(*running.status, "status/", now);
   collect(*aside.hwConfig, {}, fresh);
   collect(*aside.status, "status/", fresh);
+  const Explanations explanations(running, now, fresh);
   std::vector<Difference> differences;
   const auto add = [&](const std::string& path, const std::string& is, const std::string& wanted) {
-    differences.push_back({path, is, wanted, explanationOf(path, running.hwConfig->active())});
+    differences.push_back({path, is, wanted, std::string(explanations.of(path))});
   };
   for (const auto& [path, value] : now) {
     const auto wanted = fresh.find(path);

@@ -1,15 +1,20 @@
 // Committing a document onto a running tree.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "agent/Document/Load.h"
 #include "agent/Schema/Check.h"
+#include "agent/Schema/Warnings.h"
+#include "agent/Server/Verify.h"
 #include "agent/Store/Reconcile.h"
 #include "agent/View/CompiledTree.h"
+#include "agent/View/TreeWriter.h"
 #include "agent/View/Writes.h"
 #include "tests/agent/Program.h"
 
@@ -43,6 +48,34 @@ std::string content(const std::string& tree) {
     result += line + "\n";
   }
   return result;
+}
+
+// A document as JSON, as it was read.
+std::string asJson(const std::string& path) {
+  Agent::Diagnostics diagnostics;
+  const Agent::Document document = Agent::load({path}, diagnostics);
+  std::string text;
+  const auto writer = Agent::TreeWriter::json(text);
+  const std::function<void(const Agent::Node&)> write = [&](const Agent::Node& node) {
+    if (node.kind == Agent::Node::Kind::mapping) {
+      writer->begin();
+      for (const auto& member : node.members) {
+        writer->key(member.key.text);
+        write(member.value);
+      }
+      writer->end();
+    } else if (node.kind == Agent::Node::Kind::sequence) {
+      writer->beginList();
+      for (const auto& member : node.members) write(member.value);
+      writer->endList();
+    } else if (node.kind == Agent::Node::Kind::boolean) {
+      writer->boolean(node.text == "true");
+    } else {
+      writer->text(node.text);
+    }
+  };
+  write(document.root);
+  return text;
 }
 
 std::string outputOf(const Store& store) { return content(compiledTree(store, true)); }
@@ -159,6 +192,76 @@ TEST(Reconcile, AChangeOfACapabilityEndsInAResync) {
   commit(store, after);
   EXPECT_EQ(outputOf(store), freshOutputOf(after));
   EXPECT_EQ(store.hwConfig->policy("to-servers")->rule().size(), 0U);
+}
+
+TEST(Verify, TellsOfAForeignWriteAsAFault) {
+  Store store;
+  commit(store, "examples/campus");
+  store.start();
+  EXPECT_TRUE(Agent::verify(store).empty());
+  store.hwConfig->policy("to-servers")->ruleDel(41943041);
+  const auto differences = Agent::verify(store);
+  ASSERT_EQ(differences.size(), 1U);
+  EXPECT_EQ(differences[0].path, "policy/to-servers/rule/41943041");
+  EXPECT_EQ(differences[0].running, "");
+  EXPECT_NE(differences[0].fresh, "");
+  EXPECT_EQ(differences[0].explanation, "");
+}
+
+TEST(Verify, TellsIdentifiersThatWereReusedFromOtherRules) {
+  Store store;
+  commit(store, "examples/campus");
+  store.start();
+  const auto policy = store.hwConfig->policy("to-servers");
+  const Firewall::FwRule rule = *policy->rule(41943041);
+  policy->ruleDel(41943041);
+  policy->ruleIs(41943050, rule);
+  const auto differences = Agent::verify(store);
+  ASSERT_EQ(differences.size(), 2U);
+  for (const auto& difference : differences) {
+    EXPECT_EQ(difference.explanation, "rule identifiers are reused as soon as they are free");
+  }
+}
+
+// Bytes of a good configuration, changed at random: read and published, or refused; never more.
+TEST(Reconcile, AMutatedDocumentIsRefusedOrPublished) {
+  const Folder folder;
+  const std::string json = asJson("examples/campus");
+  const std::string yaml = TestAgent::contentOf(firewallPart);
+  std::mt19937 random(3);  // NOLINT(cert-msc51-cpp): the same mutations in every run
+  int published = 0;
+  Store store;
+  store.start();
+  constexpr int rounds = 400;
+  for (int round = 0; round < rounds; ++round) {
+    std::string text = round % 2 == 0 ? json : yaml;
+    for (std::size_t count = 1 + random() % 3; count > 0; --count) {
+      const std::size_t at = random() % text.size();
+      constexpr std::string_view bytes = "0127:/-,{}[]\"'\n abe\\\xff";
+      switch (random() % 3) {
+        case 0:
+          text[at] = bytes[random() % bytes.size()];
+          break;
+        case 1:
+          text.erase(at, 1 + random() % 8);
+          break;
+        default:
+          text.insert(at, text.substr(random() % text.size(), random() % 20));
+          break;
+      }
+    }
+    Agent::Diagnostics diagnostics;
+    Agent::Document document =
+        Agent::load({folder.file(round % 2 == 0 ? "a.json" : "a.yaml", text)}, diagnostics);
+    Agent::check(document, diagnostics);
+    if (diagnostics.errors() != 0) continue;
+    Agent::warn(document.root, {}, diagnostics);
+    apply(planOf(store, document.root), store);
+    ASSERT_TRUE(planOf(store, document.root).empty()) << text;
+    ++published;
+  }
+  EXPECT_GT(published, rounds / 20);
+  EXPECT_LT(published, rounds);
 }
 
 TEST(Reconcile, ResyncEndsWhereAFreshStartDoes) {

@@ -185,6 +185,25 @@ TEST_F(RunTest, VerifyExplainsWhatTheWayDecidedAndResyncUndoesIt) {
   EXPECT_EQ(ask({"verify"}).status, 0);
 }
 
+TEST_F(RunTest, VerifyExplainsWhatADisabledSourceLeaves) {
+  const auto two = [](const std::string& enabled) {
+    return "source: {a: {enabled: true}, b: {enabled: " + enabled + ", policy: {p: {}}}}\n";
+  };
+  const std::string file = folder_.file("a.yaml", two("true"));
+  Running agent(words(file));
+  agent.waitFor("ready");
+  folder_.file("a.yaml", two("false"));
+  agent.signal(SIGHUP);
+  agent.waitFor("committed");
+  EXPECT_EQ(ask({"verify"}).out,
+            "policy/p: is there, would be not there\n"
+            "    explained: a source that is disabled beside an enabled one leaves its policies "
+            "and segments\n"
+            "1 difference\n");
+  ask({"resync"});
+  EXPECT_EQ(ask({"verify"}).status, 0);
+}
+
 TEST_F(RunTest, SetsTraceLevels) {
   const std::string file = folder_.file("a.yaml", oneRule("80"));
   Running agent(words(file));
