@@ -14,7 +14,8 @@ if(TARGET KivFramework)
   endforeach()
 endif()
 
-# The host agent has a folder of its own.
-if(TARGET FirewallConfigSm)
+# The host agent has a folder of its own, and needs libraries that the others do not.
+option(FIREWALL_AGENT "Build the host agent fwagent" ${PROJECT_IS_TOP_LEVEL})
+if(FIREWALL_AGENT AND TARGET FirewallConfigSm)
   add_subdirectory(agent)
 endif()

@@ -137,19 +137,23 @@ class CommandLine {
     configurationOf(explain);
     const auto one = [this, explain](const std::string& name, const std::string& what,
                                      Explained kind, const std::string& in,
-                                     const std::string& which) {
+                                     const std::string& which, const std::string& example) {
       CLI::App* const command = explain->add_subcommand(name, what);
+      command->footer("Example: fwagent explain -f examples/campus " + example);
       command->add_option(in, in_)->required();
       command->add_option(which, which_)->required();
       command->callback([this, kind] {
         run_ = [this, kind] { return explainCommand(options_, files_, kind, in_, which_); };
       });
     };
-    one("rule", "a policy's rule to its hardware rules", Explained::rule, "POLICY", "SEQ");
-    one("hw", "a hardware rule to its configuration", Explained::hardwareRule, "POLICY", "RULEID");
-    one("prefix", "who owns a prefix, and why", Explained::prefix, "VRF", "PREFIX");
+    one("rule", "a policy's rule to its hardware rules", Explained::rule, "POLICY", "SEQ",
+        "rule to-servers 10");
+    one("hw", "a hardware rule to its configuration", Explained::hardwareRule, "POLICY", "RULEID",
+        "hw to-servers 41943041");
+    one("prefix", "who owns a prefix, and why", Explained::prefix, "VRF", "PREFIX",
+        "prefix default 10.20.5.0/24");
     one("segment", "a segment's links (VRF \"l2\": of the L2 directory)", Explained::segment, "VRF",
-        "NAME");
+        "NAME", "segment default servers");
   }
 
   void trace() {

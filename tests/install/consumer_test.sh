@@ -28,3 +28,6 @@ libraries=$(pkg-config --variable=libdir KivFramework)
 "$compiler" -std=c++20 "$here/consumer/consumer.cpp" -o "$scratch/consumer" \
   $(pkg-config --cflags --libs KivFramework)
 LD_LIBRARY_PATH=$libraries "$scratch/consumer"
+
+echo "--- the agent"
+"$prefix/bin/fwagent" check --strict "$here/../../examples/campus"
