@@ -90,18 +90,14 @@ class RingBuf {
     begin_ = nullptr;
   }
 
-  [[gnu::always_inline]] RingBuf& put(bool value) noexcept {
-    if (!room(1)) return *this;
-    const std::uint64_t tag = tagOf(Layout::Kind::boolean, value ? 1 : 0);
-    Layout::store(at_, static_cast<std::uint8_t>(tag));
-    mix(tag);
-    at_ += 1;
-    return *this;
-  }
-  RingBuf& put(char value) noexcept { return put(std::string_view(&value, 1)); }
+  // An integer, bool or character; not what merely turns into one, such as a pointer.
   template <std::integral T>
   [[gnu::always_inline]] RingBuf& put(T value) noexcept {
-    if constexpr (std::is_signed_v<T>) {
+    if constexpr (std::is_same_v<T, bool>) {
+      return putBool(value);
+    } else if constexpr (std::is_same_v<T, char>) {
+      return put(std::string_view(&value, 1));
+    } else if constexpr (std::is_signed_v<T>) {
       const auto wide = static_cast<std::int64_t>(+value);
       const auto sign = static_cast<std::uint64_t>(wide >> 63U);  // all ones when negative
       return putNumber(wide < 0 ? Layout::Kind::negativeInteger : Layout::Kind::unsignedInteger,
@@ -193,6 +189,14 @@ class RingBuf {
     check_ = Layout::mix(check_, word);
   }
 
+  [[gnu::always_inline]] RingBuf& putBool(bool value) noexcept {
+    if (!room(1)) return *this;
+    const std::uint64_t tag = tagOf(Layout::Kind::boolean, value ? 1 : 0);
+    Layout::store(at_, static_cast<std::uint8_t>(tag));
+    mix(tag);
+    at_ += 1;
+    return *this;
+  }
   [[gnu::always_inline]] RingBuf& putNumber(Layout::Kind kind, std::uint64_t value) noexcept {
     if (!room(1 + sizeof value)) return *this;
     const auto bytes = (static_cast<unsigned>(std::bit_width(value | 1U)) + 7U) / 8U;

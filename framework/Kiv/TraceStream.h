@@ -14,6 +14,7 @@
 // makes a stream for each value.
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <optional>
 #include <ostream>
@@ -24,8 +25,24 @@
 
 #include "framework/Kiv/Text.h"
 #include "framework/Pith/Export.h"
+#include "framework/Pith/String.h"
 
 namespace Kiv {
+
+namespace Impl {
+template <class T>
+inline constexpr bool refers = std::is_pointer_v<T> || isReference<T>;
+template <class T>
+concept RefersToText = requires(const T& reference, std::string& out) {
+  reference->appendTo(out);
+};
+}  // namespace Impl
+
+// References and pointers that are shown by the name of what they refer to.
+template <class T>
+concept ShownByName = Impl::refers<T> && !Impl::RefersToText<T> && requires(const T& reference) {
+  { reference->name() } -> std::convertible_to<Pith::String>;
+};
 
 class PITH_EXPORT TraceStream {
  public:
@@ -40,9 +57,6 @@ class PITH_EXPORT TraceStream {
 
  private:
   template <class T>
-  static constexpr bool refers = std::is_pointer_v<T> || Impl::isReference<T>;
-
-  template <class T>
   void append(const T& value) {
     if constexpr (std::is_same_v<T, char>) {
       text_.push_back(value);
@@ -54,7 +68,7 @@ class PITH_EXPORT TraceStream {
       appendText(text_, value);
     } else if constexpr (Impl::isOptional<T>) {
       if (value) append(*value);
-    } else if constexpr (refers<T>) {
+    } else if constexpr (Impl::refers<T>) {
       appendReferred(value);
     } else if constexpr (requires { value.appendTo(text_); }) {
       value.appendTo(text_);

@@ -8,8 +8,6 @@
 namespace Lanx::AddressText {
 namespace {
 
-constexpr std::string_view noAddress = "none";
-constexpr std::string_view unset = "unset";
 constexpr std::size_t groupCount = 8;
 using Groups = std::array<std::uint16_t, groupCount>;
 
@@ -101,7 +99,7 @@ Fault readAddressAndLength(std::string_view text, Address& address, std::uint8_t
 }
 
 bool readUnset(std::string_view text, IpAddr& address, std::uint8_t& length) {
-  if (text != unset) return false;
+  if (text != unsetText) return false;
   address = IpAddr();
   length = unsetLength;
   return true;
@@ -180,7 +178,7 @@ Fault read(std::string_view text, Ip6Addr& address) {
 }
 
 Fault read(std::string_view text, IpGenAddr& address) {
-  if (text == noAddress) {
+  if (text == noAddressText) {
     address = IpGenAddr();
     return nullptr;
   }
@@ -248,7 +246,7 @@ char* write(char* out, const IpGenAddr& address) {
     case AddressFamily::unspecified:
       break;
   }
-  return copy(out, noAddress);
+  return copy(out, noAddressText);
 }
 
 char* writeLength(char* out, std::uint8_t length) {
@@ -256,7 +254,7 @@ char* writeLength(char* out, std::uint8_t length) {
   return writeDecimal(out, length);
 }
 
-char* writeUnset(char* out) { return copy(out, unset); }
+char* writeUnset(char* out) { return copy(out, unsetText); }
 
 void raiseIf(Fault fault, std::string_view type, std::string_view given, std::string_view example) {
   constexpr std::size_t shown = 64;

@@ -42,6 +42,11 @@ class PITH_EXPORT IntfId {
 
   void appendTo(std::string& out) const { out.append(view()); }
   std::string toString() const { return std::string(view()); }
+  // A trace records the name's bytes.
+  template <class Ring>
+  void fleetlogPut(Ring& ring) const {
+    ring.put(view());
+  }
   std::uint64_t hash() const noexcept { return name_.hash(); }
 
   friend bool operator==(const IntfId&, const IntfId&) noexcept = default;

@@ -20,6 +20,9 @@
 // a record that holds one has no gaps. Comparison and masking look at two 64-bit words; a hash is
 // at most two multiplications. No operation but those on text allocates.
 //
+// A trace records their bytes, and the text is made when the trace is read (fleetlogPut(), see
+// framework/Fleetlog/RingBuf.h).
+//
 // Raises Pith::RangeException where a text is malformed or a family is not the one asked for.
 #pragma once
 
@@ -37,6 +40,8 @@
 #include "framework/Pith/RangeException.h"
 
 namespace Lanx {
+
+inline constexpr std::string_view noAddressText = "none";
 
 class PITH_EXPORT IpAddr {
  public:
@@ -56,6 +61,10 @@ class PITH_EXPORT IpAddr {
 
   void appendTo(std::string& out) const;
   std::string toString() const;
+  template <class Ring>
+  void fleetlogPut(Ring& ring) const {
+    ring.putIp4(value_);
+  }
   std::uint64_t hash() const noexcept { return Pith::hashOf(value_); }
 
   friend constexpr bool operator==(IpAddr, IpAddr) noexcept = default;
@@ -91,6 +100,10 @@ class PITH_EXPORT Ip6Addr {
 
   void appendTo(std::string& out) const;
   std::string toString() const;
+  template <class Ring>
+  void fleetlogPut(Ring& ring) const {
+    ring.putIp6(high(), low());
+  }
   std::uint64_t hash() const noexcept { return Pith::hashCombine(words()[0], words()[1]); }
 
   friend constexpr bool operator==(const Ip6Addr& a, const Ip6Addr& b) noexcept {
@@ -148,6 +161,16 @@ class PITH_EXPORT IpGenAddr {
 
   void appendTo(std::string& out) const;
   std::string toString() const;
+  template <class Ring>
+  void fleetlogPut(Ring& ring) const {
+    if (family_ == AddressFamily::ipv4) {
+      ring.put(ipv4());
+    } else if (family_ == AddressFamily::ipv6) {
+      ring.put(storage_);
+    } else {
+      ring.put(noAddressText);
+    }
+  }
   std::uint64_t hash() const noexcept { return hashWith(0); }
   // The hash of the address and one more byte, such as a length, for the cost of the address alone.
   std::uint64_t hashWith(std::uint8_t byte) const noexcept {

@@ -16,7 +16,8 @@
 // The text is address, '/', length (RFC 4632 section 3.1, RFC 4291 section 2.3); the length is
 // decimal, without sign or leading zeros, and never left out. Order is by family, address, length.
 //
-// Plain values, trivially copyable. No operation but those on text allocates.
+// Plain values, trivially copyable. No operation but those on text allocates; a trace records bytes
+// as IpAddr.h says.
 //
 // Raises Pith::RangeException where a text is malformed, a length is longer than the address, or a
 // family is not the one asked for.
@@ -41,6 +42,7 @@ class IpGenPrefix;
 
 // The length byte of the unset value; no other value has a length above 128.
 inline constexpr std::uint8_t unsetLength = 0xFF;
+inline constexpr std::string_view unsetText = "unset";
 
 class PITH_EXPORT IpAddrWithMask {
  public:
@@ -69,6 +71,14 @@ class PITH_EXPORT IpAddrWithMask {
 
   void appendTo(std::string& out) const;
   std::string toString() const;
+  template <class Ring>
+  void fleetlogPut(Ring& ring) const {
+    if (isSet()) {
+      ring.put(address_).put('/').put(length_);
+    } else {
+      ring.put(unsetText);
+    }
+  }
   std::uint64_t hash() const noexcept {
     return Pith::hashOf(std::uint64_t{address_.value()} << 8U | length_);
   }
@@ -108,6 +118,10 @@ class PITH_EXPORT Ip6AddrWithMask {
 
   void appendTo(std::string& out) const;
   std::string toString() const;
+  template <class Ring>
+  void fleetlogPut(Ring& ring) const {
+    ring.put(address_).put('/').put(length_);
+  }
   std::uint64_t hash() const noexcept { return Pith::hashCombine(address_.hash(), length_); }
 
   friend constexpr bool operator==(const Ip6AddrWithMask&,
@@ -165,6 +179,14 @@ class PITH_EXPORT IpGenAddrWithMask {
 
   void appendTo(std::string& out) const;
   std::string toString() const;
+  template <class Ring>
+  void fleetlogPut(Ring& ring) const {
+    if (isSet()) {
+      ring.put(address_).put('/').put(length_);
+    } else {
+      ring.put(unsetText);
+    }
+  }
   std::uint64_t hash() const noexcept { return address_.hashWith(length_); }
 
   friend constexpr bool operator==(const IpGenAddrWithMask&,

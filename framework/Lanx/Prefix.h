@@ -20,7 +20,7 @@
 //
 // Plain values, trivially copyable; IpGenPrefix is 18 bytes without alignment. Comparison,
 // contains() and hash() look at two 64-bit words and the length. No operation but those on text
-// allocates.
+// allocates; a trace records bytes as IpAddr.h says.
 //
 // Raises Pith::RangeException: "Lanx::Prefix::validAsPrefix != true not allowed" or
 // "Lanx::Ip6Prefix::validAsPrefix != true not allowed" for host bits; for a malformed text, a
@@ -65,6 +65,10 @@ class PITH_EXPORT Prefix {
 
   void appendTo(std::string& out) const { subnet_.appendTo(out); }
   std::string toString() const { return subnet_.toString(); }
+  template <class Ring>
+  void fleetlogPut(Ring& ring) const {
+    subnet_.fleetlogPut(ring);
+  }
   std::uint64_t hash() const noexcept { return subnet_.hash(); }
 
   friend constexpr bool operator==(const Prefix&, const Prefix&) noexcept = default;
@@ -100,6 +104,10 @@ class PITH_EXPORT Ip6Prefix {
 
   void appendTo(std::string& out) const { subnet_.appendTo(out); }
   std::string toString() const { return subnet_.toString(); }
+  template <class Ring>
+  void fleetlogPut(Ring& ring) const {
+    subnet_.fleetlogPut(ring);
+  }
   std::uint64_t hash() const noexcept { return subnet_.hash(); }
 
   friend constexpr bool operator==(const Ip6Prefix&, const Ip6Prefix&) noexcept = default;
@@ -143,6 +151,10 @@ class PITH_EXPORT IpGenPrefix {
 
   void appendTo(std::string& out) const { subnet_.appendTo(out); }
   std::string toString() const { return subnet_.toString(); }
+  template <class Ring>
+  void fleetlogPut(Ring& ring) const {
+    subnet_.fleetlogPut(ring);
+  }
   std::uint64_t hash() const noexcept { return subnet_.hash(); }
 
   friend constexpr bool operator==(const IpGenPrefix&, const IpGenPrefix&) noexcept = default;

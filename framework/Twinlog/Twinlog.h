@@ -10,14 +10,20 @@
 //     TWINLOG(facility, 3, fn, "Policy %s not found", name);
 //     TWINLOG_FN(facility, 7, fn, " return");
 //
-//               Fleetlog                                                        Kiv::TraceHelper
-//   TWINLOG_FN  "void Firewall::RootSm::handlePolicy(const String&): web"       "handlePolicy", ":
-//   web" TWINLOG     "Policy web not found" "handlePolicy", "Policy web not found"
+// Fleetlog then holds, for the name "web":
+//
+//   void Firewall::RootSm::handlePolicy(const String&): web      TWINLOG_FN: signature and text
+//   Policy web not found                                         TWINLOG: the text
+//   void Firewall::RootSm::handlePolicy(const String&) return
+//
+// and Kiv::TraceHelper the short name of the function, "handlePolicy", with each of the texts
+// ": web", "Policy web not found" and " return".
 //
 // The level, 0 to 9, and the text are constants. Each "%s" is replaced by the next value; that
 // there are as many is checked at compile time, and any other '%' is literal. Values are integers,
-// bool, texts and everything that Kiv::TraceStream shows; the recorder keeps the text of a value
-// that does not say how it is put (framework/Fleetlog/RingBuf.h).
+// bool, texts and everything that Kiv::TraceStream shows. The recorder is given them raw, and of a
+// reference the name; only of a value that does not say how it is put (Fleetlog/RingBuf.h) is a
+// text made for it.
 //
 // While the level is disabled, a site costs one load and one comparison, and its values are not
 // evaluated. A recorded message costs about a dozen nanoseconds.
@@ -82,6 +88,8 @@ template <class T>
 [[gnu::always_inline]] inline void putValue(Fleetlog::RingBuf& ring, const T& value) {
   if constexpr (requires { ring.put(value); }) {
     ring.put(value);
+  } else if constexpr (Kiv::ShownByName<T>) {
+    putValue(ring, value ? handedOn(value->name()) : std::string_view("null"));
   } else {
     Kiv::TraceStream text;
     text << value;

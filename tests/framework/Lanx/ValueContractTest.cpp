@@ -2,6 +2,7 @@
 // given as texts in ascending order, each in the form in which it is written.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <set>
 #include <sstream>
@@ -9,6 +10,9 @@
 #include <type_traits>
 #include <vector>
 
+#include "framework/Fleetlog/Decode.h"
+#include "framework/Fleetlog/RingBuf.h"
+#include "framework/Fleetlog/TraceFile.h"
 #include "framework/Lanx/IntfId.h"
 #include "framework/Lanx/IpAddr.h"
 #include "framework/Lanx/IpAddrWithMask.h"
@@ -145,6 +149,31 @@ TYPED_TEST(ValueContractTest, streamGetsTheText) {
     std::ostringstream out;
     out << TypeParam::parse(text);
     EXPECT_EQ(out.str(), text);
+  }
+}
+
+// Of addresses the recorder holds bytes; their text is made by who reads it.
+TYPED_TEST(ValueContractTest, recorderIsGivenBytesAndShowsTheText) {
+  static constinit Pith::TraceFacility facility("Test/Lanx");
+  static constinit Fleetlog::MsgDesc desc(facility, Fleetlog::Function("value"), "%s", 1, 5,
+                                          Fleetlog::withoutSignature);
+  constexpr bool isText = std::is_same_v<TypeParam, Lanx::IntfId>;
+  for (const std::string& text : Sample<TypeParam>::ascending) {
+    Fleetlog::TraceFile file({.ringBytes = 1, .descriptorBytes = 1});
+    Fleetlog::RingBuf ring(file);
+    ASSERT_TRUE(ring.startMsg(desc));
+    ring.put(TypeParam::parse(text));
+    ring.endMsg();
+    std::vector<std::string> shown;
+    Fleetlog::decode(file.bytes(),
+                     [&](const Fleetlog::Message& message) { shown.emplace_back(message.text); });
+    EXPECT_EQ(shown, Texts{text});
+    const bool isWord = text == "none" || text == "unset";
+    if (isText || isWord) continue;
+    const auto* const begin = reinterpret_cast<const char*>(file.bytes().data());
+    const auto* const end = begin + file.bytes().size();
+    const std::string address = text.substr(0, text.find('/'));
+    EXPECT_EQ(std::search(begin, end, address.begin(), address.end()), end) << text;
   }
 }
 

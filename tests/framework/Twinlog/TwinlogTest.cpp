@@ -6,14 +6,17 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "framework/Fleetlog/Decode.h"
-#include "framework/Lanx/IpAddr.h"
+#include "framework/Lanx/Prefix.h"
 #include "framework/Pith/Fmtrace.h"
+#include "framework/Pith/Node.h"
+#include "framework/Pith/Ptr.h"
 #include "framework/Twinlog/FleetlogConverter.h"
 #include "tests/support/TraceCapture.h"
 
@@ -130,20 +133,25 @@ TEST_F(TwinlogTest, RecordsModuleLineAndIdOfTheSite) {
 struct Appended {
   void appendTo(std::string& out) const { out.append("appended"); }
 };
-// A value in pieces, of which the recorder keeps the numbers.
-struct Prefix {
-  Lanx::IpAddr address;
-  std::uint8_t length;
+// What references refer to.
+class Named : public Pith::Node {
+ public:
+  const Pith::String& name() const { return name_; }
 
-  void appendTo(std::string& out) const {
-    address.appendTo(out);
-    out.append("/").append(std::to_string(length));
-  }
-  template <class Ring>
-  void fleetlogPut(Ring& ring) const {
-    ring.putIp4(address.value()).put("/").put(length);
-  }
+ private:
+  Pith::String name_ = "named";
 };
+class AppendedNode : public Named {
+ public:
+  void appendTo(std::string& out) const { out.append("appended node"); }
+};
+class Plain : public Pith::Node {};
+
+std::string addressText(const void* address) {
+  std::ostringstream text;
+  text << address;
+  return text.str();
+}
 
 TEST_F(TwinlogTest, ShowsValuesOfEveryKindAlikeInBothTraces) {
   static constexpr Twinlog::Function fn("void Test::values()");
@@ -156,13 +164,23 @@ TEST_F(TwinlogTest, ShowsValuesOfEveryKindAlikeInBothTraces) {
   TWINLOG(facility, 1, fn, "%s|%s|%s|%s|%s", text, std::string_view("view"), "literal",
           Pith::String("name"), Pith::String());
   TWINLOG(facility, 1, fn, "%s %s|%s|%s", null, Appended(), absent, 0.5);
-  TWINLOG(facility, 1, fn, "%s-%s", Prefix{Lanx::IpAddr(0x0a000000), 8}, std::int16_t{-1});
+  TWINLOG(facility, 1, fn, "%s-%s", Lanx::Prefix::parse("10.0.0.0/8"), std::int16_t{-1});
+  const auto named = Pith::Ptr<Named>::adopt(new Named);
+  const auto appended = Pith::Ptr<AppendedNode>::adopt(new AppendedNode);
+  const auto plain = Pith::Ptr<Plain>::adopt(new Plain);
+  TWINLOG(facility, 1, fn, "%s %s %s %s", named, named.get(), Pith::Ptr<const Named>(),
+          static_cast<const Named*>(nullptr));
+  TWINLOG(facility, 1, fn, "%s %s", appended, static_cast<const Plain*>(nullptr));
+  TWINLOG(facility, 1, fn, "%s %s", plain, plain.get());
   const std::vector<std::string> expected{
       "-1 7 -9223372036854775808 18446744073709551615",
       "true false c",
       "string|view|literal|name|",
       "(null) appended||0.5",
       "10.0.0.0/8--1",
+      "named named null null",
+      "appended node null",
+      addressText(plain.get()) + " " + addressText(plain.get()),
   };
   EXPECT_EQ(traces_.texts(), expected);
   std::vector<std::string> withHeads;
