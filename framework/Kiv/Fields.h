@@ -28,15 +28,17 @@
 #define KIV_FIELD_VISIT(field) kivVisit(#field, kivSelf.field);
 #define KIV_FIELD_TYPE(field) kivVisit(#field, std::type_identity<decltype(field)>());
 
-#define KIV_FIELDS(...)                                                                    \
-  static constexpr const char* fieldNames[] = {KIV_FOR_EACH(KIV_FIELD_NAME, __VA_ARGS__)}; \
-  template <class KivSelf, class KivVisit>                                                 \
-  static constexpr void eachField(KivSelf& kivSelf, KivVisit&& kivVisit) {                 \
-    KIV_FOR_EACH(KIV_FIELD_VISIT, __VA_ARGS__)                                             \
-  }                                                                                        \
-  template <class KivVisit>                                                                \
-  static constexpr void eachFieldType(KivVisit&& kivVisit) {                               \
-    KIV_FOR_EACH(KIV_FIELD_TYPE, __VA_ARGS__)                                              \
+// A struct of a source file alone may leave the names unused.
+#define KIV_FIELDS(...)                                                    \
+  [[maybe_unused]] static constexpr const char* fieldNames[] = {           \
+      KIV_FOR_EACH(KIV_FIELD_NAME, __VA_ARGS__)};                          \
+  template <class KivSelf, class KivVisit>                                 \
+  static constexpr void eachField(KivSelf& kivSelf, KivVisit&& kivVisit) { \
+    KIV_FOR_EACH(KIV_FIELD_VISIT, __VA_ARGS__)                             \
+  }                                                                        \
+  template <class KivVisit>                                                \
+  static constexpr void eachFieldType(KivVisit&& kivVisit) {               \
+    KIV_FOR_EACH(KIV_FIELD_TYPE, __VA_ARGS__)                              \
   }
 
 namespace Kiv {

@@ -14,19 +14,13 @@
 #include "framework/Pith/Ptr.h"
 #include "framework/Pith/String.h"
 
-namespace TraceStreamTypes {
+namespace {
 
 struct Fields {
   int number = 1;
   bool flag = true;
   KIV_FIELDS(number, flag)
 };
-
-}  // namespace TraceStreamTypes
-
-namespace {
-
-using TraceStreamTypes::Fields;
 
 enum class Named : std::uint8_t { first, second };
 constexpr std::array<std::string_view, 2> enumNames(Named) { return {"first", "second"}; }
