@@ -120,22 +120,28 @@ class SetAttribute {
 
   const Map& map() const noexcept { return map_; }
 
+  // The member that is there after the write; null when a subscriber removed it again.
   template <class Owner, class Index = Impl::NoIndex>
-  void insert(Owner& owner, Pith::FieldId field, const Key& key,
-              const Index& index = Impl::noIndex) {
+  const Key* insert(Owner& owner, Pith::FieldId field, const Key& key,
+                    const Index& index = Impl::noIndex) {
+    constexpr const Key* none = nullptr;
     if constexpr (!std::is_same_v<Index, Impl::NoIndex>) {
-      if (map_.has(key)) return;
-      index(key, static_cast<const Key*>(nullptr), &key);
+      if (const Key* const present = map_.find(key)) return present;
+      index(key, none, &key);
     }
+    const Key* member = nullptr;
+    bool isNew = false;
     try {
-      if (!map_.insert(Key(key)).second) return;
+      std::tie(member, isNew) = map_.insert(Key(key));
     } catch (...) {
-      index(key, &key, static_cast<const Key*>(nullptr));
+      index(key, &key, none);
       throw;
     }
-    if (!Impl::isWatched(owner)) return;
+    if (!isNew || !Impl::isWatched(owner)) return member;
     const Key copy = key;
+    const Pith::AnchorPtr<Owner> alive(&owner);
     Impl::tell(owner, field, &copy, nullptr, &copy);
+    return map_.find(copy);
   }
 
   template <class Owner, class Index = Impl::NoIndex>

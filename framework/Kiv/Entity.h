@@ -2,31 +2,33 @@
 //
 //   class PITH_EXPORT FwSegment : public Kiv::Entity {
 //     KIV_ENTITY(FwSegment, Kiv::Entity)
-//     KIV_KEY(FwSegment, Pith::String, name)                       // name(), the collection's key
-//     KIV_VALUE(Pith::String, className)                           // className(), classNameIs(v)
-//     KIV_MAP(Lanx::IpGenAddrWithMask, bool, subnets)              // subnets(), subnets(k),
-//     subnetsHas(k),
-//                                                                  // subnetsIs(k, v),
-//                                                                  subnetsDel(k), subnetsDelAll()
+//     KIV_KEY(FwSegment, Pith::String, name)
+//     KIV_VALUE(Pith::String, className)
+//     KIV_MAP(Lanx::IpGenAddrWithMask, bool, subnets)
 //     KIV_CHILDREN(Lanx::IntfId, FwIntfVlanRangeSet, intfVlanRangeSet)
 //   };
 //
-// and one line, KIV_ENTITY_DEFINE(Firewall::FwSegment), in the .cpp of the folder. From a
-// declaration follow the accessor, the mutators, the field identifier (`classNameField`), the
-// notification and the entry in typeData(). The kinds:
+// and one line, KIV_ENTITY_DEFINE(Firewall::FwSegment), in the .cpp of the folder. KIV_KEY is the
+// object's name in the collection that owns it. From each other line follow the accessor, the
+// mutators, the field identifier (`classNameField`), the notification and the entry in typeData():
 //
-//   KIV_VALUE(T, x)                 x()  xIs(v)
-//   KIV_SET(T, x)                   x()  xHas(v)  xIs(v)  xDel(v)  xDelAll()            insertion
-//   order KIV_ORDERED_SET(T, x)           the same, ordered by value KIV_MAP(K, V, x) x()  x(k)
-//   xHas(k)  xIs(k, v…)  xDel(k)  xDelAll()  insertion order KIV_ORDERED_MAP(K, V, x)        the
-//   same, ordered by key KIV_CHILD(T, x)                 x()  xIs(name)  xDel() KIV_CHILDREN(K, T,
-//   x)           x()  x(k)  xHas(k)  xIs(k)  xDel(k)  xDelAll()      insertion order
-//   KIV_ORDERED_CHILDREN(K, T, x)   the same, ordered by key
+//   declaration                     accessors               mutators
 //
-// x() is the collection itself, for iteration and count; x(k) of a map is a pointer to the value,
-// good until the collection next changes, or null; x(k) of children is a reference, or null. V of a
-// map may be a struct: xIs(k, fields…). A reference to another object is a KIV_VALUE of a
-// Pith::Ptr, or a field of a map's value.
+//   KIV_VALUE(T, x)                 x()                     xIs(v)
+//   KIV_SET(T, x)                   x()  xHas(v)            xIs(v)      xDel(v)     xDelAll()
+//   KIV_MAP(K, V, x)                x()  x(k)  xHas(k)      xIs(k, v)   xDel(k)     xDelAll()
+//   KIV_CHILD(T, x)                 x()                     xIs(name)   xDel()
+//   KIV_CHILDREN(K, T, x)           x()  x(k)  xHas(k)      xIs(k)      xDel(k)     xDelAll()
+//
+// KIV_ORDERED_SET, KIV_ORDERED_MAP and KIV_ORDERED_CHILDREN are the same, walked in the order of
+// the keys; those above are walked in the order of insertion.
+//
+// x() of a collection is the collection, for iteration and count. x(k) of a map is a pointer to the
+// value, good until the collection next changes, or null; x(k) of children is a reference, or null.
+// xIs of a collection or a child returns the entry in the same form, of a set a pointer to the
+// member; of a map or set it is null where a subscriber removed it again. V of a map may be a
+// struct: xIs(k, fields...). A reference to another object is a KIV_VALUE of a Pith::Ptr, or a
+// field of a map's value.
 //
 // What a mutator tells: an equal value tells nobody. A new or changed value tells the subscribers
 // once, with the value before and after (Pith::Change: pointers to T, V, or the child itself). Del
@@ -174,7 +176,9 @@ Pith::Ptr<T> make(Args&&... args) {
   KIV_IMPL_DECLARE(name_, ::Kiv::SetAttribute<name_##Collection>)                              \
   const name_##Collection& name_() const noexcept { return name_##_.map(); }                   \
   bool name_##Has(const Key_& kivKey) const { return name_##_.map().has(kivKey); }             \
-  void name_##Is(const Key_& kivKey) { name_##_.insert(*this, name_##Field, kivKey, index_); } \
+  const Key_* name_##Is(const Key_& kivKey) {                                                  \
+    return name_##_.insert(*this, name_##Field, kivKey, index_);                               \
+  }                                                                                            \
   void name_##Del(const Key_& kivKey) { name_##_.erase(*this, name_##Field, kivKey, index_); } \
   void name_##DelAll() { name_##_.eraseAll(*this, name_##Field, index_); }
 

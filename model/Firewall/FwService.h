@@ -23,8 +23,8 @@ class PITH_EXPORT FwService : public Kiv::Entity {
   KIV_VALUE(std::uint32_t, version)  // raised when the rest is consistent again
 
   // A range whose start is there already takes its place.
-  void dstPortIs(const PortRange& range) { dstPortIs(range.start(), range); }
-  void srcPortIs(const PortRange& range) { srcPortIs(range.start(), range); }
+  const PortRange* dstPortIs(const PortRange& range) { return dstPortIs(range.start(), range); }
+  const PortRange* srcPortIs(const PortRange& range) { return srcPortIs(range.start(), range); }
   void versionInc(std::uint32_t by) { versionIs(version() + by); }
 
  private:

@@ -261,23 +261,24 @@ class ServiceAndModel {
     return Lanx::Prefix(Lanx::IpAddr(std::uint32_t{member} << 24U), 8);
   }
   void applyToService(const Change& change) {
-    const PortRange port(change.member, change.member);
-    const Firewall::ProtocolRange protocol = protocolOf(change.member);
-    switch (change.set) {
-      case 0:
-        change.adds ? service_.srcIpPrefixIs(prefixOf(change.member))
-                    : service_.srcIpPrefixDel(prefixOf(change.member));
-        break;
-      case 1:
-        change.adds ? service_.protocolIs(protocol) : service_.protocolDel(protocol);
-        break;
-      case 2:
-        change.adds ? service_.dstPortIs(port) : service_.dstPortDel(change.member);
-        break;
-      default:
-        change.adds ? service_.srcPortIs(port) : service_.srcPortDel(change.member);
-        break;
+    if (change.adds) {
+      addToService(change.set, change.member);
+    } else {
+      removeFromService(change.set, change.member);
     }
+  }
+  void addToService(unsigned set, std::uint16_t member) {
+    const PortRange port(member, member);
+    if (set == 0) service_.srcIpPrefixIs(prefixOf(member));
+    if (set == 1) service_.protocolIs(protocolOf(member));
+    if (set == 2) service_.dstPortIs(port);
+    if (set == 3) service_.srcPortIs(port);
+  }
+  void removeFromService(unsigned set, std::uint16_t member) {
+    if (set == 0) service_.srcIpPrefixDel(prefixOf(member));
+    if (set == 1) service_.protocolDel(protocolOf(member));
+    if (set == 2) service_.dstPortDel(member);
+    if (set == 3) service_.srcPortDel(member);
   }
   void applyToModel(const Change& change) {
     if (change.set == 0) {
