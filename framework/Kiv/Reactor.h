@@ -3,24 +3,29 @@
 // A reactor reads inputs, subscribes to them, and keeps outputs and child reactors right. Its class
 // states its attributes, its subscriptions, its children and its handlers:
 //
-//   struct VrfSmAttributes {                       // the constructor attributes, in constructor
-//   order
+//   struct VrfSmAttributes {               // in the order in which they are given
 //     Pith::String vrfName;
 //     Pith::Ptr<const Firewall::SegmentDir> inFirewall;
 //     KIV_FIELDS(vrfName, inFirewall)
 //   };
+//
 //   class VrfSm final : public Kiv::Reactor<VrfSm, VrfSmAttributes> {
 //    public:
-//     KIV_REACTOR(VrfSm)                                             // VrfSmIs(attributes…),
-//     typeData() KIV_CHILD_REACTORS(SegmentSM, segmentSm, SegmentSmKeyFunktor, Pith::String,
-//     segmentName()) void inFirewallDispatch(Pith::Publisher*, Pith::Subscriber*, Pith::FieldId,
-//     const void* key,
-//                             const Pith::Change*);
+//     KIV_REACTOR(VrfSm)                   // VrfSmIs(attributes...), typeData()
+//     KIV_CHILD_REACTORS(SegmentSM, segmentSm, SegmentSmKeyFunktor, Pith::String,
+//                        attributes().segmentName)
+//     Pith::Ptr<SegmentSM> segmentSmIs(const Pith::String& name, ...);
+//     void inFirewallDispatch(Pith::Publisher*, Pith::Subscriber*, Pith::FieldId field,
+//                             const void* key, const Pith::Change*);
 //    private:
-//     explicit VrfSm(VrfSmAttributes attributes);                    // inFirewall_(*this,
-//     inFirewall) void start();                                                  // mandatory
-//     children, handleInitialized() Kiv::Subscription<&VrfSm::inFirewallDispatch> inFirewall_;
+//     explicit VrfSm(VrfSmAttributes attributes)
+//         : Reactor(std::move(attributes)), inFirewallSubscription_(*this, inFirewall) {}
+//     void start();                        // mandatory children, then handleInitialized()
+//
+//     Kiv::Subscription<&VrfSm::inFirewallDispatch> inFirewallSubscription_;
 //   };
+//
+// and KIV_REACTOR_DEFINE(Firewall::VrfSm) in its .cpp.
 //
 // Life. The creation function allocates and constructs the reactor (the subscriptions are on from
 // there), runs start(), and switches notifications on. When start() throws, the reactor is taken
@@ -33,6 +38,9 @@
 // Children under a key: xIs(key…) creates the child or returns the one that is there; asked for
 // again with a reference that differs from the child's own it raises ReinstantiationError, naming
 // type and attribute. xDel(key) switches the child's notifications off and lets it go.
+//
+// A zombie ignores what it is told: a nested reactor's handlers are not called then. A dispatch
+// function is, and calls no handler where isZombie(): the upkeep of its children goes on.
 //
 // While a dispatch function runs, its reactor and all reactors above it are kept alive, since what
 // it does may take any of them down.
@@ -277,20 +285,21 @@ class NestedReactor : public ReactorBase {
     auto reactor = Ptr::adopt(new Derived(owner));
     ParentLink::link(*reactor, owner);
     steps.run([&] { reactor->start(input); });
-    steps.run([&] { reactor->notifierIs(input); });
     reactor->hasNotificationActiveIs(true);
+    steps.run([&] { reactor->notifierIs(input); });
     return reactor;
   }
 
   const Pith::Ptr<const Notifier>& notifier() const noexcept { return notifier_; }
 
-  // Watches `node` from now on, or nothing when it is null or no Notifier.
+  // Watches `node` from now on, or nothing when it is null or no Notifier. While notifications are
+  // off it does so without a word, until they are on again.
   void notifierIs(const Pith::Ptr<const Object>& node) {
     auto given = Pith::dynamicPtrCast<const Notifier>(node);
     if (given == notifier_) return;
     subscriber_.unsubscribeFrom(subscriber_.publisher());
     notifier_ = std::move(given);
-    if (!notifier_) return;
+    if (!notifier_ || !hasNotificationActive()) return;
     notifier_->publisher().subscriberAdd(subscriber_);
     if (!isZombie()) anchored(this, [this] { derived().handleNotifier(); });
   }
@@ -493,8 +502,8 @@ class ChildReactors final : public ReactorPart {
   const ::Pith::Ptr<Child_>& name_() const noexcept { return name_##_.get(); } \
   void name_##Del() { name_##_.del(); }
 
-// Children under a key that Key_(child) gives: x(), x(key), xHas(key), xDel(key), xDelAll(); the
-// class states xIs(key, …).
+// Children under a key, which is what the expression key_ says of a child: x(), x(key), xHas(key),
+// xDel(key), xDelAll(); the class states xIs(key, …).
 #define KIV_CHILD_REACTORS(Child_, name_, Funktor_, KeyType_, key_)                          \
   struct Funktor_ {                                                                          \
     using Key = KeyType_;                                                                    \

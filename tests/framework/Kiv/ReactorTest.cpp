@@ -287,6 +287,23 @@ TEST_F(ReactorTest, nestedReactorWatchesNothingWhenItIsGivenNothingOrAnotherType
   EXPECT_THAT(script_.log, ElementsAre("leaf leaf watched"));
 }
 
+TEST_F(ReactorTest, nestedReactorThatIsSwitchedOffIsPointedAtAnotherObjectWithoutAWord) {
+  makeParent();
+  const auto nested = parent_->leafSmIs(leaf_);
+  const auto other = Kiv::make<Leaf>("other");
+  nested->hasNotificationActiveIs(false);
+  script_.log.clear();
+  nested->notifierIs(other);
+  other->numberIs(1);
+  EXPECT_EQ(nested->notifier(), other);
+  EXPECT_EQ(other->publisher().subscriberCount(), 0U);
+  EXPECT_THAT(script_.log, IsEmpty());
+  nested->hasNotificationActiveIs(true);
+  other->numberIs(2);
+  leaf_->numberIs(3);
+  EXPECT_THAT(script_.log, ElementsAre("leaf other is 2"));
+}
+
 // Suppression.
 
 TEST_F(ReactorTest, zombieIgnoresWhatItIsToldUntilItIsBroughtBack) {
@@ -306,6 +323,14 @@ TEST_F(ReactorTest, zombieIgnoresWhatItIsToldUntilItIsBroughtBack) {
   EXPECT_FALSE(nested->isZombie());
   leaf_->numberIs(2);
   EXPECT_THAT(script_.log, ElementsAre("leaf leaf is 2"));
+}
+
+TEST_F(ReactorTest, dispatchFunctionOfAZombieIsCalledForTheUpkeepOfItsChildren) {
+  makeParent();
+  parent_->kivDoZombieReactors(true);
+  script_.log.clear();
+  input_->numberIs(1);
+  EXPECT_THAT(script_.log, ElementsAre("parent told 1"));
 }
 
 // Type tables.
