@@ -49,7 +49,8 @@ class PITH_EXPORT FwSegment : public Kiv::Entity {
   void classNameIs(const Pith::String& name);
 
   // The first segment by name, behind `after` when one is given, that has this one as a
-  // from-segment; or none. Costs O(log of those); they may change between two calls.
+  // from-segment, under whatever name; or none. Costs O(log of those); they may change between two
+  // calls.
   std::optional<Pith::String> receiver(const std::optional<Pith::String>& after) const;
 
   Pith::Ptr<FwIntfVlanRangeSet> intfVlanRangeSetIs(const Pith::String& boundBy,
@@ -68,7 +69,10 @@ class PITH_EXPORT FwSegment : public Kiv::Entity {
                         const FwFromSegment* current);
 
   friend class FwSegmentDir;
-  Kiv::OrderedSet<Pith::String> receivers_;
+  void receiverAdd(const Pith::String& segment);
+  void receiverRemove(const Pith::String& segment) noexcept;
+
+  Kiv::OrderedValueMap<Pith::String, std::uint32_t> receivers_;  // how many links each has
 };
 
 class PITH_EXPORT FwSegmentDir : public Kiv::Entity {

@@ -24,7 +24,7 @@ void FwSegmentDir::indexClassName(FwSegment& segment, const Pith::String& previo
 
 void FwSegmentDir::unindex(const FwSegment& gone) noexcept {
   for (const auto& link : gone.fromSegment()) {
-    if (link.value.segment) link.value.segment->receivers_.erase(gone.name());
+    if (link.value.segment) link.value.segment->receiverRemove(gone.name());
   }
   if (gone.className().empty()) return;
   if (ClassUsers* const users = classUsers()) {
@@ -35,7 +35,7 @@ void FwSegmentDir::unindex(const FwSegment& gone) noexcept {
 std::optional<Pith::String> FwSegment::receiver(const std::optional<Pith::String>& after) const {
   const auto next = after ? receivers_.upperBound(*after) : receivers_.begin();
   if (!next) return std::nullopt;
-  return *next;
+  return next->key;
 }
 
 void FwSegment::indexFromSegment(const Pith::String& /*from*/, const FwFromSegment* previous,
@@ -43,8 +43,17 @@ void FwSegment::indexFromSegment(const Pith::String& /*from*/, const FwFromSegme
   FwSegment* const before = previous == nullptr ? nullptr : previous->segment.get();
   FwSegment* const now = current == nullptr ? nullptr : current->segment.get();
   if (before == now) return;
-  if (now != nullptr) now->receivers_.insert(Pith::String(name()));
-  if (before != nullptr) before->receivers_.erase(name());
+  if (now != nullptr) now->receiverAdd(name());
+  if (before != nullptr) before->receiverRemove(name());
+}
+
+void FwSegment::receiverAdd(const Pith::String& segment) {
+  ++receivers_.insert({segment, 0}).first->value;
+}
+
+void FwSegment::receiverRemove(const Pith::String& segment) noexcept {
+  auto* const receiver = receivers_.find(segment);
+  if (receiver != nullptr && --receiver->value == 0) receivers_.erase(segment);
 }
 
 ClassUsers* FwVrf::classUsers() noexcept {
