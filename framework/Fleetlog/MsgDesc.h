@@ -1,7 +1,7 @@
 // What is the same for all messages of one trace site, so that it need not be written with each.
 //
 //   static constinit Fleetlog::MsgDesc desc(facility, fn, ": %s", __LINE__, 8,
-//   Fleetlog::withSignature);
+//                                           Fleetlog::withSignature);
 //
 // Constant-initialised: a site costs nothing before its first message, which registers the
 // descriptor with the trace file. The macros of framework/Twinlog/Twinlog.h make them.

@@ -32,7 +32,8 @@ class PITH_EXPORT DeserializationError : public Pith::RangeException {
 
 namespace Impl {
 
-// Raises ReinstantiationError: "type::attribute differs: it is fixed while the object lives".
+// Raises ReinstantiationError: "type::attribute differs from the one the object was created with:
+// delete the object first".
 [[noreturn]] PITH_EXPORT void throwMutatorReinstantiating(std::string_view type,
                                                           std::string_view attribute);
 

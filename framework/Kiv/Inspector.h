@@ -1,16 +1,14 @@
 // Any object tree by path and text.
 //
 //   Kiv::Inspector inspector(*config);
-//   inspector.write("policy/web", "");                              // creates the policy
+//   inspector.write("policy/web", "");         // creates the policy
 //   inspector.write("policy/web/rule/10", "service=https,action=forward");
 //   inspector.write("enabled", "true");
-//   inspector.print(std::cout);                                     // "policy/web/rule/10 =
-//   service=…"
+//   inspector.print(std::cout);                // policy/web/rule/10 = service=https,action=...
 //
-// A path is the attributes' names and the entries' keys, joined by "/"; in a key, "/" is written
-// %2F and
-// "%" %25. A path ends at a value ("enabled"), an entry ("policy/web",
-// "vrf/red/prefix/10.0.0.0%2F8") or, for erase, a whole collection ("policy").
+// A path (Path.h) is the attributes' names and the entries' keys, joined by "/". It ends at a value
+// ("enabled"), an entry ("policy/web", "vrf/red/prefix/10.0.0.0%2F8") or, for erase, a whole
+// collection ("policy").
 //
 // Every write goes through the attribute's mutator and notifies. Errors are Pith::RangeExceptions
 // that name the path or the attribute and what would be right, raised before anything has changed.

@@ -1,8 +1,7 @@
 // Paths: how an object or an entry is found below another one.
 //
 // A path is the attributes' names and the entries' keys joined by "/": "vrf/red/segment/web". In a
-// key,
-// "/" is written %2F and "%" %25; an empty key is an empty step ("policy/").
+// key, "/" is written %2F and "%" %25; an empty key is an empty step ("policy/").
 #pragma once
 
 #include <string>

@@ -1,8 +1,7 @@
 // Values as text, and back.
 //
-//   std::string text = Kiv::valueToStrep(rule);                        // "service=web,action=drop"
-//   auto range = Kiv::strepToValue<Firewall::PortRange>("80-443");     // RangeException when it is
-//   not one
+//   std::string text = Kiv::valueToStrep(rule);                      // "service=web,action=drop"
+//   auto range = Kiv::strepToValue<Firewall::PortRange>("80-443");   // or a RangeException
 //
 // What has a text form: bool, integers, enumerations with names, optional values (absent is the
 // empty text), strings, structs with KIV_FIELDS ("field=value,field=value"; a value that holds one

@@ -59,8 +59,8 @@ enum class AttributeKind : std::uint8_t {
 };
 
 struct AttributeData {
-  // Called for each entry: its key and value as text (a value has no key; a child has its text
-  // form's place taken by `child`).
+  // Called for each entry with its key and value as text; a value has no key, and a child is given
+  // as itself.
   using Visit =
       std::function<void(std::string_view key, std::string_view value, const Object* child)>;
 

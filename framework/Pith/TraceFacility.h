@@ -78,10 +78,8 @@ class PITH_EXPORT TraceControl {
 
   // Sets the level of all facilities that `pattern` matches: a whole name, the beginning of names
   // followed by '*', or "*". Of several patterns that match, a whole name decides, else the
-  // longest, and of equal ones the last. RangeException when the level is not -1 (off) to 9, or
-  // when the pattern has
-  // a
-  // '*' before its end. Costs a visit to every facility.
+  // longest, and of equal ones the last. Costs a visit to every facility. RangeException when the
+  // level is not -1 (off) to 9, or the pattern has a '*' before its end.
   static void levelIs(TraceConsumer consumer, std::string_view pattern, int level);
   // The level that is set for a name; 0 (levelled trace) or 9 (recorder) where nothing matches.
   static int level(TraceConsumer consumer, std::string_view name);

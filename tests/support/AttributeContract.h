@@ -1,8 +1,7 @@
 // What every attribute of every store type keeps, whatever its kind: tests over the type tables.
 //
-//   INSTANTIATE_TEST_SUITE_P(Model, EntryContract,
-//                            testing::ValuesIn(TestSupport::subjectsOf(types,
-//                            TestSupport::isKeyed)), TestSupport::nameOfSubject);
+//   INSTANTIATE_TEST_SUITE_P(Model, EntryContract, ValuesIn(subjectsOf(makers(), isKeyed)),
+//                            nameOfSubject);
 //
 // Four suites: ValueContract (one value or reference), ChildContract (one object of its own),
 // EntryContract (collections of any kind) and MapContract (values under keys).

@@ -1,10 +1,11 @@
 // A hardware agent that holds the library to its contract while it happens: it keeps tables of its
 // own from the notifications alone, and fails the test at the write that
 //
-//   adds an entry twice, changes or removes one that it does not know, or tells a previous value
-//   that is not the one it was told before; writes a rule whose identifier encodes another sequence
-//   number, or index 0; links a segment to a segment or policy that is not in the tables, or is not
-//   the one in them; leaves, once `updateInProgress` is false again, a link to what has gone.
+//   - adds an entry twice, changes or removes one that it does not know, or tells a previous value
+//     that is not the one it was told before;
+//   - writes a rule whose identifier encodes another sequence number, or index 0;
+//   - links a segment to a segment or policy that is not in the tables, or is not the one in them;
+//   - leaves, once `updateInProgress` is false again, a link to what has gone.
 //
 // checkAtRest() compares its tables with the output itself, and `updateInProgress` with false.
 #pragma once
