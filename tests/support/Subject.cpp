@@ -22,6 +22,8 @@ std::vector<Entry> Subject::entries(Samples& samples) const {
   return entries;
 }
 
+void PrintTo(const Maker& maker, std::ostream* out) { *out << maker.type->name; }
+
 void PrintTo(const Subject& subject, std::ostream* out) {
   *out << subject.type->name << "::" << subject.attribute->name;
 }

@@ -43,6 +43,7 @@ struct Subject {
   std::vector<Entry> entries(Samples& samples) const;
 };
 
+void PrintTo(const Maker& maker, std::ostream* out);
 void PrintTo(const Subject& subject, std::ostream* out);
 std::string nameOfSubject(const testing::TestParamInfo<Subject>& info);
 
