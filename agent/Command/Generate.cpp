@@ -1,5 +1,7 @@
 #include "agent/Command/Generate.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <string_view>
@@ -138,7 +140,7 @@ std::string bashCompletion(const CLI::App& app) {
     const std::string parent = blank == std::string::npos ? "" : command.name.substr(0, blank);
     const std::string last =
         blank == std::string::npos ? command.name : command.name.substr(blank + 1);
-    text += "      '" + parent + " " + last + "') command='" + command.name + "' ;;\n";
+    text += fmt::format("      '{} {}') command='{}' ;;\n", parent, last, command.name);
   }
   text += "    esac\n  done\n  local words\n  case \"$command\" in\n";
   const std::string common = joined(optionWords(commands.front()), " ");
@@ -169,7 +171,7 @@ std::string zshCompletion(const CLI::App& app) {
     const std::string parent = blank == std::string::npos ? "" : command.name.substr(0, blank);
     const std::string last =
         blank == std::string::npos ? command.name : command.name.substr(blank + 1);
-    text += "    '" + parent + " " + last + "') command='" + command.name + "' ;;\n";
+    text += fmt::format("    '{} {}') command='{}' ;;\n", parent, last, command.name);
   }
   text += "  esac\ndone\nlocal -a known\ncase \"$command\" in\n";
   for (const CommandText& command : commands) {
@@ -195,7 +197,9 @@ std::string fishCompletion(const CLI::App& app) {
       }
     }
     const std::string line = "complete -c fwagent -n '" + condition + "'";
-    for (const std::string& name : command.subcommands) text += line + " -a " + name + "\n";
+    for (const std::string& name : command.subcommands) {
+      text += fmt::format("{} -a {}\n", line, name);
+    }
     // The options of the program itself are those of every command.
     const std::string options = command.name.empty() ? "complete -c fwagent" : line;
     for (const Option& option : command.options) {

@@ -42,6 +42,8 @@ class Handler {
           Document& document, TreeBuilder& builder)
       : buffer_(buffer), stream_(stream), lines_(lines), document_(document), builder_(builder) {}
 
+  // Their names are RapidJSON's.
+  // NOLINTBEGIN(readability-identifier-naming)
   bool Null() { return scalar(Node::Kind::null, "null"); }
   bool Bool(bool value) { return scalar(Node::Kind::boolean, value ? "true" : "false"); }
   bool RawNumber(const char* text, rapidjson::SizeType bytes, bool /*copy*/) {
@@ -62,6 +64,7 @@ class Handler {
   bool StartArray() { return begin(Node::Kind::sequence); }
   bool EndObject(rapidjson::SizeType /*count*/) { return end(); }
   bool EndArray(rapidjson::SizeType /*count*/) { return end(); }
+  // NOLINTEND(readability-identifier-naming)
   // The parser is told to hand numbers over as text.
   bool Int(int /*value*/) { return false; }
   bool Uint(unsigned /*value*/) { return false; }

@@ -27,7 +27,7 @@ class Explainer {
   // Each writes what it finds; false, with one line that says so, when there is no such thing.
   bool rule(std::string_view policy, std::uint32_t seqnum);
   bool hardwareRule(std::string_view policy, std::uint32_t ruleId);
-  bool prefix(std::string_view vrf, std::string_view prefix);
+  bool prefix(std::string_view vrf, std::string_view text);
   bool segment(std::string_view vrf, std::string_view name);  // "l2": of the L2 directory
 
  private:

@@ -21,8 +21,10 @@ class StringStream {
  public:
   using Ch = char;
   explicit StringStream(std::string& out) : out_(out) {}
+  // NOLINTBEGIN(readability-identifier-naming)
   void Put(char character) { out_.push_back(character); }
   void Flush() {}
+  // NOLINTEND(readability-identifier-naming)
 
  private:
   std::string& out_;
