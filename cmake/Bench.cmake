@@ -9,8 +9,14 @@ add_custom_target(bench)
 add_custom_target(bench_run)
 add_custom_target(bench_smoke)
 
+# The table of the comparisons, for all of them.
+set(bench_table bench/framework/Table.cpp)
+add_library(bench_table STATIC EXCLUDE_FROM_ALL ${bench_table})
+target_link_libraries(bench_table PUBLIC ${FIREWALL_LIBRARIES} benchmark::benchmark)
+
 file(GLOB_RECURSE bench_sources CONFIGURE_DEPENDS
   RELATIVE ${PROJECT_SOURCE_DIR}/bench ${PROJECT_SOURCE_DIR}/bench/*.cpp)
+list(REMOVE_ITEM bench_sources framework/Table.cpp)
 set(bench_folders "")
 foreach(source IN LISTS bench_sources)
   string(REGEX MATCH "^([^/]*)/" unused "${source}")
@@ -24,7 +30,7 @@ foreach(folder IN LISTS bench_folders)
   set(name bench_${folder})
   add_executable(${name} EXCLUDE_FROM_ALL ${bench_sources_of_${folder}})
   target_link_libraries(${name} PRIVATE
-    ${FIREWALL_LIBRARIES} benchmark::benchmark benchmark::benchmark_main
+    bench_table benchmark::benchmark_main
     absl::flat_hash_map absl::node_hash_map absl::btree Boost::headers spdlog::spdlog)
   set_target_properties(${name} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bench)

@@ -30,8 +30,11 @@ double median(std::vector<double> values) {
 
 class Comparison {
  public:
-  Comparison(std::string title, std::size_t entries, Contenders contenders)
-      : title_(std::move(title)), entries_(entries), contenders_(std::move(contenders)) {}
+  Comparison(std::string title, std::size_t entries, Contenders contenders, std::size_t lives)
+      : title_(std::move(title)),
+        entries_(entries),
+        contenders_(std::move(contenders)),
+        lives_(lives != 0 ? lives : std::max<std::size_t>(1, entriesATurn / entries_)) {}
 
   void run(benchmark::State& state) {
     for (auto _ : state) {
@@ -41,17 +44,17 @@ class Comparison {
     }
     print();
     for (const auto& [figure, values] : figures_) {
-      state.counters[figure] = bestOfOthers(figure) / medianOf(figure, contenders_.front().first);
+      state.counters[figure] = medianOf(figure, contenders_.front().first);
+      if (const double best = bestOfOthers(figure)) state.counters[figure + ":best"] = best;
     }
   }
 
  private:
   void turn(const std::string& name, const std::function<void(Life&)>& live) {
-    const std::size_t lives = std::max<std::size_t>(1, entriesATurn / entries_);
     Life life;
-    for (std::size_t i = 0; i < lives; ++i) live(life);
+    for (std::size_t i = 0; i < lives_; ++i) live(life);
     for (const auto& [figure, sum] : life.sums()) {
-      figures_[figure][name].push_back(sum / static_cast<double>(entries_ * lives));
+      figures_[figure][name].push_back(sum / static_cast<double>(entries_ * lives_));
     }
   }
 
@@ -86,6 +89,7 @@ class Comparison {
   std::string title_;
   std::size_t entries_;
   Contenders contenders_;
+  std::size_t lives_;
   std::map<std::string, std::map<std::string, std::vector<double>>> figures_;
 };
 
@@ -96,10 +100,11 @@ std::size_t heapBytes() noexcept {
   return info.uordblks + info.hblkhd + Hoard::slabBytesHeld();
 }
 
-void compare(const std::string& title, std::size_t entries, const Contenders& contenders) {
+void compare(const std::string& title, std::size_t entries, const Contenders& contenders,
+             std::size_t lives) {
   benchmark::RegisterBenchmark(
       title.c_str(),
-      [=](benchmark::State& state) { Comparison(title, entries, contenders).run(state); })
+      [=](benchmark::State& state) { Comparison(title, entries, contenders, lives).run(state); })
       ->Iterations(1)
       ->Unit(benchmark::kSecond);
 }

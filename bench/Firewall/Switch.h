@@ -1,0 +1,87 @@
+// A switch for measuring: every input and output of the library, and nobody who watches the output.
+//
+//   Bench::Switch sw;
+//   sw.source->policyIs("web");
+//   sw.start();                       // the reactors stand; the source is enabled
+//
+// The size of what is there is up to the benchmark. A benchmark's switch may be kept from turn to
+// turn:
+//
+//   Bench::kept<World>([=] { return std::make_shared<World>(size); },
+//                      [](World& world, Bench::Life& life) { ... })
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "Firewall/RootDirSm.h"
+#include "bench/framework/Table.h"
+#include "framework/Kiv/Dir.h"
+#include "model/Acl/PrefixList.h"
+#include "model/Classification/AppRecognition.h"
+#include "model/Firewall/Config.h"
+#include "model/Firewall/HwCapability.h"
+#include "model/Firewall/HwConfig.h"
+#include "model/Interface/AllIntfStatusDir.h"
+#include "model/Ip/Status.h"
+#include "model/MatchList/MatchList.h"
+
+namespace Bench {
+
+struct Switch {
+  Switch() = default;
+  ~Switch() { stop(); }
+  Switch(const Switch&) = delete;
+  Switch& operator=(const Switch&) = delete;
+
+  // Makes the reactors and enables the source.
+  void start();
+  void stop();
+  // An application of so many hardware rules, no more than 2^24: pairs of prefixes.
+  void application(const Pith::String& name, std::uint32_t rules);
+  // The VRF of the source, which is one of the switch's too.
+  Pith::Ptr<Firewall::Vrf> vrf(const Pith::String& name);
+  // An interface that exists, routed in the VRF.
+  void interface(const Lanx::IntfId& intf, const L3::VrfName& vrf);
+
+  Pith::Ptr<Kiv::Dir> fwConfigDir = Kiv::make<Kiv::Dir>();
+  Firewall::HwConfig::Ptr hwConfig = Kiv::make<Firewall::HwConfig>();
+  Interface::AllIntfStatusDir::Ptr intfStatusDir = Kiv::make<Interface::AllIntfStatusDir>();
+  Ip::Status::Ptr ipStatus = Kiv::make<Ip::Status>();
+  Pith::Ptr<Kiv::Dir> matchListConfigDir = Kiv::make<Kiv::Dir>();
+  Classification::AppRecognitionConfig::Ptr appRecConfig =
+      Kiv::make<Classification::AppRecognitionConfig>();
+  Classification::FieldSetConfig::Ptr fieldSetConfig = Kiv::make<Classification::FieldSetConfig>();
+  Firewall::HwCapability::Ptr hwCapability = Kiv::make<Firewall::HwCapability>();
+  Acl::AclListConfig::Ptr aclListConfig = Kiv::make<Acl::AclListConfig>();
+  Firewall::Config::Ptr source = fwConfigDir->newEntity<Firewall::Config>("source");
+  MatchList::Config::Ptr lists = matchListConfigDir->newEntity<MatchList::Config>("lists");
+  Firewall::RootDirSm::Ptr root;
+};
+
+// "segment17" and the like.
+inline Pith::String named(const char* what, std::uint32_t number) {
+  return Pith::String(what + std::to_string(number));
+}
+
+// 10.0.0.0/32 and on: 2^24 prefixes.
+inline Lanx::IpAddrWithMask subnet(std::uint32_t number) {
+  return {Lanx::IpAddr(0x0A00'0000U + number), 32};
+}
+
+// A contender whose world is made at its first turn, kept over the turns, and gone with the
+// comparison.
+template <class World>
+std::function<void(Life&)> kept(std::function<std::shared_ptr<World>()> make,
+                                std::function<void(World&, Life&)> live) {
+  return [make = std::move(make), live = std::move(live),
+          world = std::shared_ptr<World>()](Life& life) mutable {
+    if (!world) world = make();
+    live(*world, life);
+  };
+}
+
+}  // namespace Bench
