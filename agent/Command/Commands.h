@@ -36,7 +36,7 @@ struct TracedPacket {
   std::string destinationPort;
   std::string expect;  // permit or drop
 };
-int traceCommand(const CommonOptions& options, const Files& files, const TracedPacket& packet);
+int traceCommand(const CommonOptions& options, const Files& files, const TracedPacket& given);
 
 // Stays until SIGTERM or SIGINT; reads the files again at SIGHUP and, with `watch`, when they
 // change.

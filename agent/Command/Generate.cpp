@@ -1,7 +1,5 @@
 #include "agent/Command/Generate.h"
 
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <string_view>
@@ -96,6 +94,19 @@ std::string shellText(std::string_view text) {
   return result;
 }
 
+// Cases of a shell that take the words "<command so far> <next word>" to the next command.
+std::string commandCases(const std::vector<CommandText>& commands) {
+  std::string text;
+  for (const CommandText& command : commands) {
+    if (command.name.empty()) continue;
+    const std::size_t blank = command.name.find(' ');
+    const bool isBelow = blank != std::string::npos;
+    text.append("    '").append(isBelow ? command.name : " " + command.name);
+    text.append("') command='").append(command.name).append("' ;;\n");
+  }
+  return text;
+}
+
 std::vector<std::string> optionWords(const CommandText& command) {
   std::vector<std::string> words;
   for (const Option& option : command.options) {
@@ -134,14 +145,7 @@ std::string bashCompletion(const CLI::App& app) {
       "  local word=${COMP_WORDS[COMP_CWORD]} command= each\n"
       "  for each in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
       "    case \"$command $each\" in\n";
-  for (const CommandText& command : commands) {
-    if (command.name.empty()) continue;
-    const std::size_t blank = command.name.find(' ');
-    const std::string parent = blank == std::string::npos ? "" : command.name.substr(0, blank);
-    const std::string last =
-        blank == std::string::npos ? command.name : command.name.substr(blank + 1);
-    text += fmt::format("      '{} {}') command='{}' ;;\n", parent, last, command.name);
-  }
+  text += commandCases(commands);
   text += "    esac\n  done\n  local words\n  case \"$command\" in\n";
   const std::string common = joined(optionWords(commands.front()), " ");
   for (const CommandText& command : commands) {
@@ -165,14 +169,7 @@ std::string zshCompletion(const CLI::App& app) {
       "local command= each\n"
       "for each in ${words[2,CURRENT-1]}; do\n"
       "  case \"$command $each\" in\n";
-  for (const CommandText& command : commands) {
-    if (command.name.empty()) continue;
-    const std::size_t blank = command.name.find(' ');
-    const std::string parent = blank == std::string::npos ? "" : command.name.substr(0, blank);
-    const std::string last =
-        blank == std::string::npos ? command.name : command.name.substr(blank + 1);
-    text += fmt::format("    '{} {}') command='{}' ;;\n", parent, last, command.name);
-  }
+  text += commandCases(commands);
   text += "  esac\ndone\nlocal -a known\ncase \"$command\" in\n";
   for (const CommandText& command : commands) {
     text += "  '" + command.name + "') known=(" + joined(command.subcommands, " ");
@@ -198,7 +195,7 @@ std::string fishCompletion(const CLI::App& app) {
     }
     const std::string line = "complete -c fwagent -n '" + condition + "'";
     for (const std::string& name : command.subcommands) {
-      text += fmt::format("{} -a {}\n", line, name);
+      text.append(line).append(" -a ").append(name).append("\n");
     }
     // The options of the program itself are those of every command.
     const std::string options = command.name.empty() ? "complete -c fwagent" : line;
