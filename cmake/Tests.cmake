@@ -26,6 +26,10 @@ function(firewall_test folder)
     RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests
     UNITY_BUILD ${FIREWALL_UNITY_TESTS}
     UNITY_BUILD_BATCH_SIZE 8)
+  if(FIREWALL_UNITY_TESTS)
+    # What one file hides is often no more than a name in another.
+    target_compile_options(${name} PRIVATE -Wno-shadow)
+  endif()
   if(FIREWALL_SANITIZE AND NOT FIREWALL_TEST_NAMES)
     # A sanitized program takes longer to start than most tests to run: all of a folder in one.
     add_test(NAME ${folder} COMMAND ${name} --gtest_brief=1
