@@ -9,7 +9,7 @@
 
 #include "agent/Command/Commands.h"
 #include "agent/Command/Generate.h"
-#include "agent/Schema/JsonSchema.h"
+#include "agent/View/JsonSchema.h"
 #include "framework/Pith/RangeException.h"
 
 namespace Agent {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "agent/Command/Common.h"
+#include "agent/Process/Common.h"
 
 namespace Agent {
 

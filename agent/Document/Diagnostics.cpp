@@ -5,6 +5,7 @@
 #include <ostream>
 #include <utility>
 
+#include "agent/Document/Count.h"
 #include "framework/Pith/Printable.h"
 
 namespace Agent {
@@ -30,10 +31,6 @@ std::size_t editDistance(std::string_view a, std::string_view b) {
     std::swap(last, row);
   }
   return last[b.size()];
-}
-
-std::string counted(std::size_t count, std::string_view what) {
-  return std::to_string(count) + " " + std::string(what) + (count == 1 ? "" : "s");
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "agent/View/Text.h"
+#include "agent/Document/Count.h"
 #include "framework/Lanx/RangeMaskGen.h"
 #include "model/Classification/AppRecognition.h"
 #include "model/Firewall/Protocol.h"

@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "Firewall/RuleId.h"
+#include "agent/Document/Count.h"
 #include "agent/Schema/DocumentPath.h"
 #include "agent/Schema/Expansion.h"
 #include "agent/Schema/Schema.h"
-#include "agent/View/Text.h"
 
 namespace Agent {
 namespace {

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "agent/Document/Count.h"
 #include "agent/Server/Verify.h"
 #include "agent/Store/Reconcile.h"
 #include "agent/View/Table.h"

@@ -13,7 +13,7 @@
 #include <memory>
 #include <string>
 
-#include "agent/Command/Common.h"
+#include "agent/Process/Common.h"
 #include "agent/Server/Socket.h"
 #include "agent/Store/Store.h"
 #include "framework/Kiv/TreeWatcher.h"

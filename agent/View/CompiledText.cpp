@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Firewall/RuleId.h"
+#include "agent/Document/Count.h"
 #include "agent/Schema/Values.h"
 #include "agent/View/Text.h"
 #include "framework/Kiv/Text.h"

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Firewall/RuleId.h"
+#include "agent/Document/Count.h"
 #include "agent/Schema/Expansion.h"
 #include "agent/View/CompiledText.h"
 #include "agent/View/Text.h"

@@ -4,6 +4,7 @@
 #include <numeric>
 #include <ostream>
 
+#include "agent/Document/Count.h"
 #include "agent/View/Text.h"
 
 namespace Agent {

@@ -1,7 +1,6 @@
 #include "agent/View/Text.h"
 
 #include <algorithm>
-#include <cstdint>
 
 #include "agent/Schema/Values.h"
 #include "framework/Kiv/Path.h"
@@ -48,16 +47,6 @@ std::string valueText(const Kiv::ValueData& data, std::string_view text) {
     }
   }
   return result;
-}
-
-std::string grouped(std::uint64_t number) {
-  std::string text = std::to_string(number);
-  for (std::size_t at = text.size(); at > 3; at -= 3) text.insert(at - 3, 1, ',');
-  return text;
-}
-
-std::string counted(std::uint64_t number, std::string_view what) {
-  return grouped(number) + " " + std::string(what) + (number == 1 ? "" : "s");
 }
 
 }  // namespace Agent

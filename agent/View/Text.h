@@ -4,7 +4,6 @@
 //   recordFields(text)                    // {"service", "web"}, {"action", "forward"}, ...
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,10 +19,5 @@ std::string referredName(std::string_view reference);
 std::vector<std::pair<std::string, std::string>> recordFields(std::string_view record);
 // The text, with references in it as names.
 std::string valueText(const Kiv::ValueData& data, std::string_view text);
-
-// "1,234,567".
-std::string grouped(std::uint64_t number);
-// "1 rule", "2 rules".
-std::string counted(std::uint64_t number, std::string_view what);
 
 }  // namespace Agent

@@ -2,6 +2,7 @@
 
 #include <ostream>
 
+#include "agent/Document/Count.h"
 #include "agent/View/Text.h"
 #include "agent/View/TreeWriter.h"
 

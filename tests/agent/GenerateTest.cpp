@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "agent/Document/Load.h"
-#include "agent/Schema/JsonSchema.h"
+#include "agent/View/JsonSchema.h"
 #include "agent/View/TreeWriter.h"
 #include "tests/agent/Program.h"
 

@@ -1,4 +1,4 @@
-#include "agent/Schema/JsonSchema.h"
+#include "agent/View/JsonSchema.h"
 
 #include "agent/Schema/Schema.h"
 #include "agent/Schema/Values.h"

@@ -1,4 +1,4 @@
-#include "agent/Command/Common.h"
+#include "agent/Process/Common.h"
 
 #include <fmt/core.h>
 #include <sys/ioctl.h>
