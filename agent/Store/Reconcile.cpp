@@ -1,7 +1,6 @@
 #include "agent/Store/Reconcile.h"
 
 #include <optional>
-#include <ranges>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -205,8 +204,8 @@ void apply(const Plan& plan, Store& store) {
     writeObject(*store.sources->newEntity<Firewall::Config>(name), *node);
   }
   for (const Pith::String& name : plan.goneSources) store.sources->entityDel(name);
-  for (const auto& write : plan.erasures | std::views::reverse) {
-    write.attribute->erase(*write.object, write.key);
+  for (auto write = plan.erasures.rbegin(); write != plan.erasures.rend(); ++write) {
+    write->attribute->erase(*write->object, write->key);
   }
   for (const Pith::String& name : plan.switchedOn) store.source(name)->enabledIs(true);
   if (plan.changesCapabilities && store.isStarted()) resync(store);
