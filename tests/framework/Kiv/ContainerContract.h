@@ -545,8 +545,8 @@ TYPED_TEST_P(CallingDestructors, anErasedEntryMayEraseAnother) {
 }
 
 TYPED_TEST_P(CallingDestructors, anErasedEntryMayInsertOthers) {
-  TypeParam map;
   const std::function<void(U32)> nothing = [](U32) {};
+  TypeParam map;
   const std::function<void(U32)> insertMany = [&](U32 n) {
     EXPECT_FALSE(map.find(n));
     for (U32 i = 0; i < 200; ++i) map.insert(Caller(1'000 + i, &nothing));
