@@ -566,8 +566,8 @@ TYPED_TEST_P(CallingDestructors, anErasedEntryMayClearTheMap) {
 }
 
 TYPED_TEST_P(CallingDestructors, aClearedEntryMayUseTheMap) {
-  TypeParam map;
   const std::function<void(U32)> nothing = [](U32) {};
+  TypeParam map;
   const std::function<void(U32)> insertAgain = [&](U32 n) { map.insert(Caller(n, &nothing)); };
   for (U32 n = 0; n < 50; ++n) map.insert(Caller(n, &insertAgain));
   map.clear();
