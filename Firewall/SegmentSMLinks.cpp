@@ -138,7 +138,11 @@ void SegmentSM::removeFromSegments() {
     steps.run([&] {
       deleteInterFromSegAndFbPolicyAll(inFirewall, outFirewallConfig, fwVrfConfig, segmentName, "");
     });
-    unlinkReceivers(fwVrfConfig, *output, steps);  // those that others linked
+    // Those that others linked. In the L2 directory another source may have put a segment of its
+    // own under the name.
+    if (const auto leaving = fwVrfConfig->segment(segmentName)) {
+      unlinkReceivers(fwVrfConfig, *leaving, steps);
+    }
     steps.run([&] { fwVrfConfig->segmentDel(segmentName); });
   } else {
     for (const auto& link : output->fromSegment()) {

@@ -255,6 +255,17 @@ TEST_F(SegmentSMSourcesTest, L2DirectoryIsThatOfTheSourceThatStartedLast) {
   api->l2SegmentDirDel();
 }
 
+TEST_F(SegmentSMSourcesTest, L2SegmentThatTwoSourcesMadeGoesWithTheLinksToIt) {
+  l2Segment("b", "api")->policyIs("a", "p");
+  l2Segment("b", "cli");
+  l2Segment("a", "cli");
+  l2Segment("a", "api");  // in place of the one before, and linked
+  ASSERT_THAT(links(l2FwSegment("b")), ElementsAre("a=p"));
+  sw().source("cli")->l2SegmentDir()->segmentDel("a");
+  EXPECT_FALSE(l2FwSegment("a"));
+  EXPECT_THAT(links(l2FwSegment("b")), IsEmpty());
+}
+
 TEST_F(SegmentSMSourcesTest, SourceThatLeavesAVrfThatIsNotInTheOutputDoesNotBringItBack) {
   segment("red", "a", "cli");
   segment("red", "a", "api");
