@@ -7,6 +7,7 @@
 #include "Firewall/SegmentLinks.h"
 #include "Firewall/Sources.h"
 #include "Firewall/Trace.h"
+#include "Firewall/VrfSources.h"
 #include "framework/Kiv/Deferred.h"
 #include "framework/Pith/Assert.h"
 
@@ -100,6 +101,19 @@ namespace {
 
 constexpr Twinlog::Function reconcileFn("void Firewall::VrfSm::handleInitialized()");
 
+// That of the first enabled source that gives the prefix to a segment that is configured; or empty.
+Pith::String configuredSegment(const Pith::Ptr<const Kiv::Dir>& fwConfigDir,
+                               const Pith::String& vrfName, const Lanx::IpGenPrefix& prefix) {
+  Pith::String segment;
+  anyVrfOfSources(*fwConfigDir, vrfName, [&](const auto& config, const auto& vrf) {
+    const Pith::String* const named = config->enabled() ? vrf->prefix(prefix) : nullptr;
+    if (named == nullptr || !isSegmentConfigured(fwConfigDir, vrfName, *named)) return false;
+    segment = *named;
+    return true;
+  });
+  return segment;
+}
+
 }  // namespace
 
 void VrfSm::reconcile(const Pith::Ptr<FwVrf>& fwVrf) const {
@@ -115,8 +129,11 @@ void VrfSm::reconcile(const Pith::Ptr<FwVrf>& fwVrf) const {
   if (!takesVrfWideList()) return;
   for (const auto& entry : fwVrf->prefixList()) {
     const Lanx::IpGenPrefix prefix = entry.key;
-    const Pith::String segment = getGlobalPrefixSegment(prefix);
-    if (!segment.empty() && isSegmentConfigured(fwConfigDir, vrfName, segment)) {
+    Pith::String segment = getGlobalPrefixSegment(prefix);
+    if (!isSegmentConfigured(fwConfigDir, vrfName, segment)) {
+      segment = configuredSegment(fwConfigDir, vrfName, prefix);
+    }
+    if (!segment.empty()) {
       TWINLOG_FN(facility, 5, reconcileFn, " Updating segment for prefix: %s", prefix);
       fwVrf->prefixListIs(prefix, segment);
     } else if (getSegmentForMatchListPrefix(prefix).empty()) {

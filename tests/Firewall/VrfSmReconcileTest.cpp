@@ -122,6 +122,29 @@ TEST_F(VrfSmReconcileTest, PrefixOfAnUnconfiguredSegmentIsNotWritten) {
   EXPECT_TRUE(red->prefixList().empty());
 }
 
+TEST_F(VrfSmReconcileTest, PrefixOfAnUnconfiguredSegmentIsThatOfTheNextSourceThroughout) {
+  globalPrefix("10.0.0.0/8", "nowhere");
+  segment("red", "a", "keeper");
+  globalPrefix("10.0.0.0/8", "a", "keeper");
+  ASSERT_EQ(owner("10.0.0.0/8"), "a");
+  sw().recorder.take();
+  cli->enabledIs(true);
+  EXPECT_EQ(owner("10.0.0.0/8"), "a");
+  EXPECT_THAT(sw().recorder.takeBelow("vrf/red/prefixList"), IsEmpty());
+}
+
+TEST_F(VrfSmReconcileTest, PrefixThatASegmentHoldsLocallyIsThatOfTheNextSourceAllTheSame) {
+  globalPrefix("10.0.0.0/8", "nowhere");
+  segment("red", "b", "keeper");
+  globalPrefix("10.0.0.0/8", "b", "keeper");
+  red->segment("b")->subnetsIs(subnet("10.0.0.0/8"), true);
+  red->segmentIs("a")->subnetsIs(subnet("10.0.0.0/8"), true);
+  segment("red", "a");
+  red->prefixListIs(prefix("10.0.0.0/8"), "a");
+  cli->enabledIs(true);
+  EXPECT_EQ(owner("10.0.0.0/8"), "b");
+}
+
 TEST_F(VrfSmReconcileTest, PrefixesOfDisabledSourcesAreNotReplayed) {
   segment("red", "a");
   segment("red", "a", "disabled");
