@@ -39,6 +39,15 @@ asan clang fuzz:
 	cmake --build --preset $@
 	ctest --preset $@
 
+## make lives          random lives of a switch against a plain model of it, LIVES of them
+.PHONY: lives
+lives: LIVES ?= 10000
+lives:
+	tools/setup.sh build test
+	cmake --preset release
+	cmake --build --preset release --target test_plain
+	FIREWALL_LIVES=$(LIVES) build/release/tests/test_plain
+
 ## make install-test   installs into a scratch folder and builds a program against that
 .PHONY: install-test
 install-test:

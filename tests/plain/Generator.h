@@ -1,0 +1,54 @@
+// Random changes over small pools of names, so that things collide.
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace Plain {
+
+class Generator {
+ public:
+  explicit Generator(std::uint64_t seed) : random_(seed) {}
+
+  // Enough to begin with: sources that are enabled, VRFs, interfaces, some of each kind.
+  std::vector<std::string> beginning();
+  // A change, and often what it needs to be there before it.
+  std::vector<std::string> changes();
+
+ private:
+  using Names = std::vector<std::string>;
+
+  unsigned below(unsigned limit) {
+    return std::uniform_int_distribution<unsigned>(0, limit - 1)(random_);
+  }
+  bool chance(unsigned percent) { return below(100) < percent; }
+  const std::string& of(const Names& names) {
+    return names[below(static_cast<unsigned>(names.size()))];
+  }
+  std::string sign() { return chance(70) ? "+ " : "- "; }
+
+  std::string change();
+  static std::vector<std::string> parentsOf(const std::string& line);
+  std::string source();
+  std::string config();
+  std::string vrf();
+  std::string segmentDir();
+  std::string inSegment();
+  std::string listSource();
+  std::string policy();
+  std::string classMap();
+  std::string lists();
+  std::string prefixLists();
+  std::string status();
+  std::string capability();
+  std::string application();
+  std::string fieldSet();
+  std::string className();
+  std::string subnet(bool ipv6, bool withHostBits);
+
+  std::mt19937_64 random_;
+};
+
+}  // namespace Plain

@@ -1,0 +1,118 @@
+#include "tests/plain/Life.h"
+
+#include <exception>
+#include <sstream>
+
+#include "tests/plain/RealSwitch.h"
+#include "tests/support/LiveCounts.h"
+
+namespace Plain {
+namespace {
+
+std::string listed(const char* whose, const Lines& lines) {
+  std::string text = std::string("\n") + whose + ":\n";
+  for (const std::string& line : lines) text += "    " + line + "\n";
+  return text;
+}
+
+// The lines that only one of them has.
+std::string onlyIn(const Lines& real, const Lines& model) {
+  Lines realOnly;
+  Lines modelOnly;
+  std::ranges::set_difference(real, model, std::back_inserter(realOnly));
+  std::ranges::set_difference(model, real, std::back_inserter(modelOnly));
+  return listed("only the library has", realOnly) + listed("only the model has", modelOnly);
+}
+
+class Life {
+ public:
+  // What is wrong after the change.
+  std::string after(const std::string& line) {
+    const Change change(line);
+    if (!inputs_.apply(change)) return "";
+    real_.apply(change);
+    return check();
+  }
+
+  std::string end() {
+    model_.stop();
+    real_.stop();
+    return check();
+  }
+
+ private:
+  std::string check() {
+    const Lines writes = real_.takeWrites();
+    const Lines wanted = std::exchange(model_.log, {});
+    const Lines statusWrites = real_.takeStatusWrites();
+    const Lines statusWanted = std::exchange(model_.status.log, {});
+    const Lines tree = real_.dump();
+    const Lines wantedTree = model_.hw->dump();
+    if (tree != wantedTree)
+      return "the trees differ" + onlyIn(tree, wantedTree) + listed("writes", writes) +
+             listed("model's writes", wanted);
+    if (writes != wanted)
+      return "the writes differ" + listed("writes", writes) + listed("model's writes", wanted);
+    if (statusWrites != statusWanted)
+      return "the writes to the status differ" + listed("writes", statusWrites) +
+             listed("model's writes", statusWanted);
+    return real_.complaint();
+  }
+
+  Model model_;
+  ModelInputs inputs_ = ModelInputs(model_);
+  RealSwitch real_;
+};
+
+std::string differenceWithin(const History& history) {
+  Life life;
+  for (const std::string& line : history) {
+    std::string complaint;
+    try {
+      complaint = life.after(line);
+    } catch (const std::exception& error) {
+      complaint = std::string("exception: ") + error.what();
+    }
+    if (!complaint.empty()) return "after " + line + "\n" + complaint;
+  }
+  const std::string complaint = life.end();
+  return complaint.empty() ? "" : "at the end\n" + complaint;
+}
+
+}  // namespace
+
+std::string differenceIn(const History& history) {
+  const auto before = TestSupport::liveCounts();
+  std::string difference = differenceWithin(history);
+  if (difference.empty() && TestSupport::liveCounts() != before) difference = "objects are left";
+  return difference;
+}
+
+History shrunk(History history, const std::function<bool(const History&)>& differs) {
+  for (std::size_t length = (history.size() + 1) / 2; length > 0;) {
+    bool shorter = false;
+    for (std::size_t at = 0; at + length <= history.size();) {
+      History rest = history;
+      const auto from = rest.begin() + static_cast<std::ptrdiff_t>(at);
+      rest.erase(from, from + static_cast<std::ptrdiff_t>(length));
+      if (differs(rest)) {
+        history = rest;
+        shorter = true;
+      } else {
+        at += length;
+      }
+    }
+    if (length > 1 || !shorter) length /= 2;
+  }
+  return history;
+}
+
+std::string asTest(const History& history) {
+  std::ostringstream out;
+  out << "  EXPECT_EQ(differenceIn({\n";
+  for (const std::string& line : history) out << "      \"" << line << "\",\n";
+  out << "  }), \"\");\n";
+  return out.str();
+}
+
+}  // namespace Plain

@@ -1,0 +1,163 @@
+#include "tests/plain/Model.h"
+
+namespace Plain {
+
+Model::Model() { hw->log = &log; }
+Model::~Model() { stop(); }
+
+void Model::start() { features = std::make_unique<Features>(*this); }
+
+void Model::stop() {
+  if (!features) return;
+  features->cleanup();
+  features.reset();
+}
+
+std::vector<std::shared_ptr<Config>> Model::configs() const {
+  std::vector<std::shared_ptr<Config>> found;
+  for (const auto& [name, config] : in.configs->entry.items()) found.push_back(config);
+  return found;
+}
+
+std::vector<std::shared_ptr<Config>> Model::enabledConfigs(const Config* except) const {
+  auto found = configs();
+  std::erase_if(found, [except](const std::shared_ptr<Config>& config) {
+    return !config->enabled || config.get() == except;
+  });
+  return found;
+}
+
+Features::Features(Model& model)
+    : model_(&model), directory_(model.in.configs, [this](const News& news) {
+        if (news.what == "entity") onSource(news.key);
+      }) {
+  const Work work(*model_);
+  cleanupOutput();
+  for (const std::string& name : model_->in.configs->entry.keys()) onSource(name);
+}
+
+Features::~Features() = default;
+
+Root* Features::root(const std::string& source) {
+  const auto found = sources_.get(source);
+  return found ? found->root.get() : nullptr;
+}
+
+void Features::onSource(const std::string& name) {
+  const auto config = model_->in.configs->entry.get(name);
+  if (!config) {
+    removeSource(name);
+    return;
+  }
+  if (sources_.has(name)) return;
+  const auto source = std::make_shared<Source>();
+  source->name = name;
+  source->config = config;
+  source->watching = Watching(config, [this, raw = source.get()](const News& news) {
+    if (news.what == "enabled") onEnabled(*raw);
+  });
+  onEnabled(*source);
+  sources_.set(name, source);
+}
+
+void Features::onEnabled(Source& source) {
+  if (source.config->enabled) {
+    if (!source.root) source.root = std::make_unique<Root>(*model_, source.config);
+    evaluate();
+    return;
+  }
+  if (!source.root) return;
+  evaluate();
+  source.root->cleanup();
+  source.root->unhook();
+  source.root.reset();
+}
+
+void Features::removeSource(const std::string& name) {
+  const auto source = sources_.get(name);
+  if (!source) return;
+  sources_.erase(name);
+  source->watching.end();
+  if (!source->root) return;
+  source->root->cleanup();
+  source->root->unhook();
+  source->root.reset();
+  evaluate();
+}
+
+void Features::evaluate() {
+  const bool active = !model_->enabledConfigs().empty();
+  if (active) {
+    if (!profiles_) profiles_ = std::make_unique<Profiles>(*model_);
+  } else {
+    profiles_.reset();
+    cleanupOutput();
+  }
+  model_->hw->activeIs(active);
+}
+
+void Features::cleanupOutput() {
+  model_->hw->activeIs(false);
+  model_->hw->vrfDelAll();
+  model_->hw->policyDelAll();
+  model_->hw->l2SegDel();
+  model_->hw->servicesDelAll();
+  for (const std::string& name : model_->status.service.keys()) model_->status.serviceDel(name);
+}
+
+void Features::cleanup() {
+  const Work work(*model_);
+  for (const std::string& name : sources_.keys()) removeSource(name);
+  cleanupOutput();
+}
+
+Profiles::Profiles(Model& model) : model_(&model) {
+  applications_ = Watching(model.in.applications, [this](const News& news) {
+    if (news.what == "app") onApplication(news.key);
+    if (news.what == "ports" || news.what == "prefixes") onFieldSet(news.key, news.what == "ports");
+  });
+  auto& versions = *model_->in.versions;
+  for (const std::string& app : versions.version.keys()) {
+    if (model_->in.applications->app.contains(app)) continue;
+    versions.version.erase(app);
+    versions.tell({"version", app, {}, {}});
+  }
+  for (const auto& entry : std::map(model_->in.applications->app)) {
+    watch(entry.first);
+    raise(entry.first);
+  }
+}
+
+void Profiles::watch(const std::string& app) {
+  apps_[app] = Watching(model_->in.applications->app.at(app),
+                        [this, app](const News& /*news*/) { raise(app); });
+}
+
+void Profiles::onApplication(const std::string& app) {
+  if (model_->in.applications->app.contains(app)) {
+    watch(app);
+    raise(app);
+    return;
+  }
+  apps_.erase(app);
+  model_->in.versions->version.erase(app);
+  model_->in.versions->tell({"version", app, {}, {}});
+}
+
+void Profiles::onFieldSet(const std::string& name, bool ports) {
+  for (const auto& [app, config] : std::map(model_->in.applications->app)) {
+    for (const auto& [which, set] : config->fieldSet) {
+      if (set != name || (which.find("Port") != std::string::npos) != ports) continue;
+      raise(app);
+      break;
+    }
+  }
+}
+
+void Profiles::raise(const std::string& app) {
+  auto& versions = *model_->in.versions;
+  versions.version.set(app, versions.version.get(app) + 1);
+  versions.tell({"version", app, {}, {}});
+}
+
+}  // namespace Plain
