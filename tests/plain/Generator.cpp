@@ -9,7 +9,7 @@ using Names = std::vector<std::string>;
 const Names sources{"cli", "api", "gnmi"};
 const Names vrfs{"default", "red", "blue"};
 const Names segments{"a", "b", "c", "d"};
-const Names fromSegments{"a", "b", "c", "d", "forwarding-segments"};
+const Names fromSegments{"a", "b", "c", "d", "forwarding-segments", "forwarding-segments"};
 const Names policies{"p", "q", "r"};
 const Names applications{"web", "dns", "icmp"};
 const Names listNames{"x", "y"};
@@ -66,7 +66,12 @@ std::string Generator::listSource() {
 }
 
 std::string Generator::inSegment() {
-  const std::string segment = segmentDir() + "/segment/" + of(segments);
+  const std::string directory = segmentDir();
+  const std::string name = of(segments);
+  const std::string segment = directory + "/segment/" + name;
+  const std::size_t vrf = directory.find("/vrf/");
+  const std::string ownClass =
+      (vrf == std::string::npos ? "_" : "__VRF_" + directory.substr(vrf + 5)) + "_segment_" + name;
   switch (below(9)) {
     case 0:
     case 1:
@@ -77,7 +82,10 @@ std::string Generator::inSegment() {
     case 4:
       return "+ " + segment + "/fallbackPolicy = " + (chance(30) ? "" : of(policies));
     case 5:
-      return "+ " + segment + "/className = " + (chance(15) ? "" : className());
+      return "+ " + segment + "/className = " +
+             (chance(15)   ? ""
+              : chance(75) ? ownClass
+                           : className());
     case 6:
       return "+ " + segment + "/prefixIpv4Ml = " + listSource();
     case 7:
@@ -101,7 +109,7 @@ std::string Generator::classMap() {
   const std::string name = config() + "/classMap/" + className();
   if (chance(30)) return sign() + name;
   const std::string intf = name + "/intfVlanData/" + of(interfaces);
-  if (chance(60)) return sign() + intf;
+  if (chance(50)) return sign() + intf;
   return sign() + intf + "/vlanRange/" + of({"1", "100-199", "100-120", "4000-4094"});
 }
 

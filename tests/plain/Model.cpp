@@ -38,11 +38,6 @@ Features::Features(Model& model)
 
 Features::~Features() = default;
 
-Root* Features::root(const std::string& source) {
-  const auto found = sources_.get(source);
-  return found ? found->root.get() : nullptr;
-}
-
 void Features::onSource(const std::string& name) {
   const auto config = model_->in.configs->entry.get(name);
   if (!config) {

@@ -28,7 +28,6 @@ class Model {
   // Those of `in.configs` that are enabled, without `except`, in the directory's order.
   std::vector<std::shared_ptr<Config>> enabledConfigs(const Config* except = nullptr) const;
   std::vector<std::shared_ptr<Config>> configs() const;
-  std::string sourceName(const Config& config) const;
 
   Inputs in;
   std::shared_ptr<HwConfig> hw = std::make_shared<HwConfig>();
@@ -77,7 +76,6 @@ class Features {
   explicit Features(Model& model);
   ~Features();
   void cleanup();
-  Root* root(const std::string& source);
 
  private:
   struct Source {
