@@ -23,15 +23,6 @@ void eachSubnet(const FwSegment& segment, const Visit& visit) {
   }
 }
 
-// The nested reactor follows its list; a list that was replaced in one go gets a new one.
-template <class Reactors, class List>
-void follow(MatchListConfigPathSm& sm, Reactors& reactors, const Pith::String& name,
-            const Pith::Ptr<const List>& list) {
-  const auto child = reactors.find(name);
-  if (child && child->notifier() != list) reactors.del(name);
-  if (list) reactors.is(sm, name, list);
-}
-
 }  // namespace
 
 MatchListConfigPathSm::MatchListConfigPathSm(MatchListConfigPathSmAttributes attributes)
@@ -41,46 +32,46 @@ MatchListConfigPathSm::MatchListConfigPathSm(MatchListConfigPathSmAttributes att
       aclListConfigSubscription_(*this, aclListConfig) {}
 
 void MatchListConfigPathSm::start() {
-  for (Pith::Ptr<const Ipv4Lists::MatchListConfig> list : matchListConfig->matchIpv4PrefixList()) {
-    matchIpv4PrefixListIs(list);
-  }
-  for (Pith::Ptr<const Ipv6Lists::MatchListConfig> list : matchListConfig->matchIpv6PrefixList()) {
-    matchIpv6PrefixListIs(list);
-  }
-  for (Pith::Ptr<const Acl::PrefixList> list : aclListConfig->prefixList()) {
-    aclIpv4PrefixListIs(list);
-  }
-  for (Pith::Ptr<const Acl::Ipv6PrefixList> list : aclListConfig->ipv6PrefixList()) {
-    aclIpv6PrefixListIs(list);
-  }
+  matchIpv4PrefixList_.start();
+  matchIpv6PrefixList_.start();
+  aclIpv4PrefixList_.start();
+  aclIpv6PrefixList_.start();
   handleInitialized();
 }
 
 MatchListConfigPathSm::NestedSm_MatchIpv4PrefixList::Ptr
 MatchListConfigPathSm::matchIpv4PrefixListIs(
     const Pith::Ptr<const MatchList::MatchIpv4PrefixListConfig>& list) {
-  return matchIpv4PrefixList_.is(*this, list->name(), list);
+  return matchIpv4PrefixList_.is(list);
 }
 
 MatchListConfigPathSm::NestedSm_MatchIpv6PrefixList::Ptr
 MatchListConfigPathSm::matchIpv6PrefixListIs(
     const Pith::Ptr<const MatchList::MatchIpv6PrefixListConfig>& list) {
-  return matchIpv6PrefixList_.is(*this, list->name(), list);
+  return matchIpv6PrefixList_.is(list);
 }
 
 MatchListConfigPathSm::NestedSm_AclIpv4PrefixList::Ptr MatchListConfigPathSm::aclIpv4PrefixListIs(
     const Pith::Ptr<const Acl::PrefixList>& list) {
-  return aclIpv4PrefixList_.is(*this, list->name(), list);
+  return aclIpv4PrefixList_.is(list);
 }
 
 MatchListConfigPathSm::NestedSm_AclIpv6PrefixList::Ptr MatchListConfigPathSm::aclIpv6PrefixListIs(
     const Pith::Ptr<const Acl::Ipv6PrefixList>& list) {
-  return aclIpv6PrefixList_.is(*this, list->name(), list);
+  return aclIpv6PrefixList_.is(list);
 }
 
 void MatchListConfigPathSm::inSegmentDispatch(Pith::Publisher* /*publisher*/,
                                               Pith::Subscriber* /*subscriber*/, Pith::FieldId field,
                                               const void* /*key*/, const Pith::Change* /*change*/) {
+  if (field == Segment::prefixIpv4MlField) {
+    matchIpv4PrefixList_.choiceChanged();
+    aclIpv4PrefixList_.choiceChanged();
+  }
+  if (field == Segment::prefixIpv6MlField) {
+    matchIpv6PrefixList_.choiceChanged();
+    aclIpv6PrefixList_.choiceChanged();
+  }
   if (isZombie()) return;
   if (field == Segment::prefixIpv4MlField) handleIpv4PrefixList();
   if (field == Segment::prefixIpv6MlField) handleIpv6PrefixList();
@@ -90,43 +81,46 @@ void MatchListConfigPathSm::matchListConfigDispatch(Pith::Publisher* /*publisher
                                                     Pith::Subscriber* /*subscriber*/,
                                                     Pith::FieldId field, const void* key,
                                                     const Pith::Change* /*change*/) {
-  if (isZombie()) return;
   const auto& name = *static_cast<const Pith::String*>(key);
-  Kiv::Deferred steps;
   switch (field) {
     case MatchList::Config::matchIpv4PrefixListField:
-      steps.run([&] { handleIpv4PrefixList(name); });
-      follow(*this, matchIpv4PrefixList_, name, matchListConfig->matchIpv4PrefixList(name));
+      listChanged<Ipv4Lists>(matchIpv4PrefixList_, name);
       break;
     case MatchList::Config::matchIpv6PrefixListField:
-      steps.run([&] { handleIpv6PrefixList(name); });
-      follow(*this, matchIpv6PrefixList_, name, matchListConfig->matchIpv6PrefixList(name));
+      listChanged<Ipv6Lists>(matchIpv6PrefixList_, name);
       break;
     default:
       break;
   }
-  steps.rethrow();
 }
 
 void MatchListConfigPathSm::aclListConfigDispatch(Pith::Publisher* /*publisher*/,
                                                   Pith::Subscriber* /*subscriber*/,
                                                   Pith::FieldId field, const void* key,
                                                   const Pith::Change* /*change*/) {
-  if (isZombie()) return;
   const auto& name = *static_cast<const Pith::String*>(key);
-  Kiv::Deferred steps;
   switch (field) {
     case Acl::AclListConfig::prefixListField:
-      steps.run([&] { handleIpv4PrefixList(name); });
-      follow(*this, aclIpv4PrefixList_, name, aclListConfig->prefixList(name));
+      listChanged<Ipv4Lists>(aclIpv4PrefixList_, name);
       break;
     case Acl::AclListConfig::ipv6PrefixListField:
-      steps.run([&] { handleIpv6PrefixList(name); });
-      follow(*this, aclIpv6PrefixList_, name, aclListConfig->ipv6PrefixList(name));
+      listChanged<Ipv6Lists>(aclIpv6PrefixList_, name);
       break;
     default:
       break;
   }
+}
+
+// The family is recomputed before the list's reactor comes or goes.
+template <class Lists, class Reactors>
+void MatchListConfigPathSm::listChanged(Reactors& reactors, const Pith::String& name) {
+  reactors.listChanged(name);
+  if (isZombie()) return;
+  Kiv::Deferred steps;
+  steps.run([&] {
+    if (isChosen<Lists>(name)) recompute<Lists>();
+  });
+  reactors.follow(name);
   steps.rethrow();
 }
 

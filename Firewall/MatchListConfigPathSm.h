@@ -3,14 +3,16 @@
 //
 // The segment names, for each family, a match list of the path or a prefix list. When the choice or
 // a whole list changes, the family is recomputed: what is wanted is added, then what is stale
-// withdrawn. The nested reactors, one for each list, apply single changes. Every subnet goes
-// through the classification (PrefixClassification.h), which keeps the VRF-wide list beside the
-// segment's own.
+// withdrawn. The nested reactors, one for each list (ListReactors.h), apply single changes. Every
+// subnet goes through the classification (PrefixClassification.h), which keeps the VRF-wide list
+// beside the segment's own.
 #pragma once
 
 #include <cstdint>
 
 #include "Firewall/ActiveWorkManager.h"
+#include "Firewall/ListReactors.h"
+#include "Firewall/MatchListFamily.h"
 #include "framework/Kiv/Dir.h"
 #include "framework/Kiv/Reactor.h"
 #include "framework/Lanx/AddressFamily.h"
@@ -51,6 +53,7 @@ class PITH_EXPORT MatchListConfigPathSm final
       : public Kiv::NestedReactor<NestedSm_MatchIpv4PrefixList, MatchListConfigPathSm,
                                   MatchList::MatchIpv4PrefixListConfig> {
     KIV_NESTED_REACTOR(NestedSm_MatchIpv4PrefixList, MatchListConfigPathSm)
+    static constexpr bool isToldByOwner = true;
     void handleNotifier() {}
     void onAttribute(Pith::FieldId field, const void* key, const Pith::Change* change);
     void kiv_handleMatchIpv4PrefixList_subnets(const Lanx::IpAddrWithMask& subnet);
@@ -61,6 +64,7 @@ class PITH_EXPORT MatchListConfigPathSm final
       : public Kiv::NestedReactor<NestedSm_MatchIpv6PrefixList, MatchListConfigPathSm,
                                   MatchList::MatchIpv6PrefixListConfig> {
     KIV_NESTED_REACTOR(NestedSm_MatchIpv6PrefixList, MatchListConfigPathSm)
+    static constexpr bool isToldByOwner = true;
     void handleNotifier() {}
     void onAttribute(Pith::FieldId field, const void* key, const Pith::Change* change);
     void kiv_handleMatchIpv6PrefixList_subnets(const Lanx::Ip6AddrWithMask& subnet);
@@ -71,6 +75,7 @@ class PITH_EXPORT MatchListConfigPathSm final
       : public Kiv::NestedReactor<NestedSm_AclIpv4PrefixList, MatchListConfigPathSm,
                                   Acl::PrefixList> {
     KIV_NESTED_REACTOR(NestedSm_AclIpv4PrefixList, MatchListConfigPathSm)
+    static constexpr bool isToldByOwner = true;
     void handleNotifier() {}
     void onAttribute(Pith::FieldId field, const void* key, const Pith::Change* change);
     void kiv_handleAclIpv4PrefixList_prefixEntry(std::uint32_t seqnum, const Pith::Change& change);
@@ -81,6 +86,7 @@ class PITH_EXPORT MatchListConfigPathSm final
       : public Kiv::NestedReactor<NestedSm_AclIpv6PrefixList, MatchListConfigPathSm,
                                   Acl::Ipv6PrefixList> {
     KIV_NESTED_REACTOR(NestedSm_AclIpv6PrefixList, MatchListConfigPathSm)
+    static constexpr bool isToldByOwner = true;
     void handleNotifier() {}
     void onAttribute(Pith::FieldId field, const void* key, const Pith::Change* change);
     void kiv_handleAclIpv6PrefixList_ipv6PrefixEntry(std::uint32_t seqnum,
@@ -89,14 +95,14 @@ class PITH_EXPORT MatchListConfigPathSm final
   };
 
   KIV_REACTOR(MatchListConfigPathSm)
-  KIV_CHILD_REACTORS(NestedSm_MatchIpv4PrefixList, matchIpv4PrefixList,
-                     MatchIpv4PrefixListKeyFunktor, Pith::String, notifier()->name())
-  KIV_CHILD_REACTORS(NestedSm_MatchIpv6PrefixList, matchIpv6PrefixList,
-                     MatchIpv6PrefixListKeyFunktor, Pith::String, notifier()->name())
-  KIV_CHILD_REACTORS(NestedSm_AclIpv4PrefixList, aclIpv4PrefixList, AclIpv4PrefixListKeyFunktor,
-                     Pith::String, notifier()->name())
-  KIV_CHILD_REACTORS(NestedSm_AclIpv6PrefixList, aclIpv6PrefixList, AclIpv6PrefixListKeyFunktor,
-                     Pith::String, notifier()->name())
+  FIREWALL_LIST_REACTORS(MatchListsOf<Ipv4Lists>, MatchListConfigPathSm,
+                         NestedSm_MatchIpv4PrefixList, matchIpv4PrefixList)
+  FIREWALL_LIST_REACTORS(MatchListsOf<Ipv6Lists>, MatchListConfigPathSm,
+                         NestedSm_MatchIpv6PrefixList, matchIpv6PrefixList)
+  FIREWALL_LIST_REACTORS(PrefixListsOf<Ipv4Lists>, MatchListConfigPathSm,
+                         NestedSm_AclIpv4PrefixList, aclIpv4PrefixList)
+  FIREWALL_LIST_REACTORS(PrefixListsOf<Ipv6Lists>, MatchListConfigPathSm,
+                         NestedSm_AclIpv6PrefixList, aclIpv6PrefixList)
 
   Pith::Ptr<NestedSm_MatchIpv4PrefixList> matchIpv4PrefixListIs(
       const Pith::Ptr<const MatchList::MatchIpv4PrefixListConfig>& list);
@@ -140,6 +146,11 @@ class PITH_EXPORT MatchListConfigPathSm final
   bool isMatchListConfigured(Lanx::AddressFamily af) const;
 
  private:
+  template <class Lists>
+  friend struct MatchListsOf;
+  template <class Lists>
+  friend struct PrefixListsOf;
+
   explicit MatchListConfigPathSm(MatchListConfigPathSmAttributes attributes);
   void start();
 
@@ -163,6 +174,8 @@ class PITH_EXPORT MatchListConfigPathSm final
   void withdrawOwn();
   template <class Lists>
   bool isChosen(const Pith::String& name) const;
+  template <class Lists, class Reactors>
+  void listChanged(Reactors& reactors, const Pith::String& name);
   // What the nested reactors report (MatchListNestedSm.cpp).
   template <class Lists>
   void subnetChanged(const Pith::String& listName, const typename Lists::Subnet& subnet);

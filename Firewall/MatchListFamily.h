@@ -2,12 +2,18 @@
 // and how the functions are named in traces. The reactor is written once, as templates over these.
 #pragma once
 
+#include <memory>
+
+#include "Firewall/ListFollowers.h"
 #include "Firewall/Trace.h"
 #include "framework/Kiv/Dir.h"
 #include "framework/Lanx/AddressFamily.h"
 #include "framework/Lanx/IpAddrWithMask.h"
 #include "framework/Lanx/Prefix.h"
+#include "framework/Pith/FieldId.h"
 #include "framework/Pith/Ptr.h"
+#include "framework/Pith/Publisher.h"
+#include "framework/Pith/RangeException.h"
 #include "framework/Pith/String.h"
 #include "model/Acl/PrefixList.h"
 #include "model/Firewall/ListSource.h"
@@ -15,6 +21,16 @@
 #include "model/MatchList/MatchList.h"
 
 namespace Firewall {
+
+// The list that the source names, when it is one of the alternative.
+inline ListChoice listChoice(const ListSource& source, ListSource::Alternative alternative) {
+  try {
+    if (source.alternative() == alternative) return {false, source.name()};
+    return {};
+  } catch (const Pith::RangeException&) {
+    return {true, {}};
+  }
+}
 
 struct Ipv4Lists {
   static constexpr auto family = Lanx::AddressFamily::ipv4;
@@ -25,15 +41,20 @@ struct Ipv4Lists {
   using PrefixEntry = Acl::PrefixEntry;
 
   static const ListSource& source(const Segment& segment) { return segment.prefixIpv4Ml(); }
+  static const auto& matchLists(const MatchList::Config& config) {
+    return config.matchIpv4PrefixList();
+  }
   static Pith::Ptr<const MatchListConfig> matchList(const MatchList::Config& config,
                                                     const Pith::String& name) {
     return config.matchIpv4PrefixList(name);
   }
+  static const auto& prefixLists(const Acl::AclListConfig& config) { return config.prefixList(); }
   static Pith::Ptr<const PrefixList> prefixList(const Acl::AclListConfig& config,
                                                 const Pith::String& name) {
     return config.prefixList(name);
   }
   static const auto& entries(const PrefixList& list) { return list.prefixEntry(); }
+  static constexpr Pith::FieldId entryField() { return PrefixList::prefixEntryField; }
   // Of a subnet that has this family.
   static Subnet typed(const Lanx::IpGenAddrWithMask& subnet) { return subnet.ipv4(); }
 
@@ -60,15 +81,22 @@ struct Ipv6Lists {
   using PrefixEntry = Acl::Ipv6PrefixEntry;
 
   static const ListSource& source(const Segment& segment) { return segment.prefixIpv6Ml(); }
+  static const auto& matchLists(const MatchList::Config& config) {
+    return config.matchIpv6PrefixList();
+  }
   static Pith::Ptr<const MatchListConfig> matchList(const MatchList::Config& config,
                                                     const Pith::String& name) {
     return config.matchIpv6PrefixList(name);
+  }
+  static const auto& prefixLists(const Acl::AclListConfig& config) {
+    return config.ipv6PrefixList();
   }
   static Pith::Ptr<const PrefixList> prefixList(const Acl::AclListConfig& config,
                                                 const Pith::String& name) {
     return config.ipv6PrefixList(name);
   }
   static const auto& entries(const PrefixList& list) { return list.ipv6PrefixEntry(); }
+  static constexpr Pith::FieldId entryField() { return PrefixList::ipv6PrefixEntryField; }
   static Subnet typed(const Lanx::IpGenAddrWithMask& subnet) { return subnet.ipv6(); }
 
   static constexpr int cleanLevel = 7;
@@ -83,6 +111,64 @@ struct Ipv6Lists {
       "const Lanx::Ip6AddrWithMask&)"};
   static constexpr Twinlog::Function handlePrefix{
       "void Firewall::MatchListConfigPathSm::NestedSm_AclIpv6PrefixList::handleIpv6Prefix(U32)"};
+};
+
+// The lists of one kind, and what the nested reactors do with them: what ListReactors and
+// ListFollowers ask.
+template <class Lists>
+struct MatchListsOf {
+  using Input = MatchList::Config;
+  using List = typename Lists::MatchListConfig;
+  static constexpr int traceLevel = 8;  // of Lists::handleSubnet
+
+  template <class Owner>
+  static const Pith::Ptr<const Input>& input(const Owner& owner) {
+    return owner.attributes().matchListConfig;
+  }
+  static const auto& lists(const Input& input) { return Lists::matchLists(input); }
+  static Pith::Ptr<const List> list(const Input& input, const Pith::String& name) {
+    return Lists::matchList(input, name);
+  }
+  static std::weak_ptr<void>& sharedByFollowers(const Input& input) {
+    return input.sharedByFollowers(Lists::family);
+  }
+  static ListChoice choice(const Segment& segment) {
+    return listChoice(Lists::source(segment), ListSource::Alternative::matchList);
+  }
+  static constexpr Pith::FieldId elementField() { return List::subnetsField; }
+  template <class Owner>
+  static void handle(Owner& owner, const Pith::String& name, const void* key,
+                     const Pith::Change& /*change*/) {
+    owner.template subnetChanged<Lists>(name, *static_cast<const typename Lists::Subnet*>(key));
+  }
+};
+
+template <class Lists>
+struct PrefixListsOf {
+  using Input = Acl::AclListConfig;
+  using List = typename Lists::PrefixList;
+  static constexpr int traceLevel = 7;  // of Lists::handlePrefix
+
+  template <class Owner>
+  static const Pith::Ptr<const Input>& input(const Owner& owner) {
+    return owner.attributes().aclListConfig;
+  }
+  static const auto& lists(const Input& input) { return Lists::prefixLists(input); }
+  static Pith::Ptr<const List> list(const Input& input, const Pith::String& name) {
+    return Lists::prefixList(input, name);
+  }
+  static std::weak_ptr<void>& sharedByFollowers(const Input& input) {
+    return input.sharedByFollowers(Lists::family);
+  }
+  static ListChoice choice(const Segment& segment) {
+    return listChoice(Lists::source(segment), ListSource::Alternative::prefixList);
+  }
+  static constexpr Pith::FieldId elementField() { return Lists::entryField(); }
+  template <class Owner>
+  static void handle(Owner& owner, const Pith::String& name, const void* /*key*/,
+                     const Pith::Change& change) {
+    owner.template entryChanged<Lists>(name, change);
+  }
 };
 
 // Calls visit(path, list) for the match list of that name in each path that has it, until it

@@ -56,6 +56,15 @@ void MatchListConfigPathSm::entryChanged(const Pith::String& listName, const Pit
   steps.rethrow();
 }
 
+template void MatchListConfigPathSm::subnetChanged<Ipv4Lists>(const Pith::String&,
+                                                              const Ipv4Lists::Subnet&);
+template void MatchListConfigPathSm::subnetChanged<Ipv6Lists>(const Pith::String&,
+                                                              const Ipv6Lists::Subnet&);
+template void MatchListConfigPathSm::entryChanged<Ipv4Lists>(const Pith::String&,
+                                                             const Pith::Change&);
+template void MatchListConfigPathSm::entryChanged<Ipv6Lists>(const Pith::String&,
+                                                             const Pith::Change&);
+
 using PathSm = MatchListConfigPathSm;
 
 void PathSm::NestedSm_MatchIpv4PrefixList::onAttribute(Pith::FieldId field, const void* key,

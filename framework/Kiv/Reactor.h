@@ -290,7 +290,15 @@ class NestedReactor : public ReactorBase {
     return reactor;
   }
 
+  // Of a reactor that says true, the owner watches the notifier, and calls tell().
+  static constexpr bool isToldByOwner = false;
+
   const Pith::Ptr<const Notifier>& notifier() const noexcept { return notifier_; }
+
+  void tell(Pith::FieldId field, const void* key, const Pith::Change* change) {
+    if (isZombie()) return;
+    anchored(this, [&] { derived().onAttribute(field, key, change); });
+  }
 
   // Watches `node` from now on, or nothing when it is null or no Notifier. While notifications are
   // off it does so without a word, until they are on again.
@@ -300,7 +308,7 @@ class NestedReactor : public ReactorBase {
     subscriber_.unsubscribeFrom(subscriber_.publisher());
     notifier_ = std::move(given);
     if (!notifier_ || !hasNotificationActive()) return;
-    notifier_->publisher().subscriberAdd(subscriber_);
+    if constexpr (!Derived::isToldByOwner) notifier_->publisher().subscriberAdd(subscriber_);
     if (!isZombie()) anchored(this, [this] { derived().handleNotifier(); });
   }
 
@@ -314,7 +322,7 @@ class NestedReactor : public ReactorBase {
 
   void subscriptionsActiveIs(bool on) override {
     ReactorBase::subscriptionsActiveIs(on);
-    if (on && notifier_) {
+    if (on && notifier_ && !Derived::isToldByOwner) {
       notifier_->publisher().subscriberAdd(subscriber_);
     } else {
       subscriber_.unsubscribeFrom(subscriber_.publisher());
@@ -326,9 +334,7 @@ class NestedReactor : public ReactorBase {
 
   static void deliver(void* self, Pith::Publisher*, Pith::Subscriber*, Pith::FieldId field,
                       const void* key, const Pith::Change* change) {
-    auto* const reactor = static_cast<NestedReactor*>(self);
-    if (reactor->isZombie()) return;
-    anchored(reactor, [&] { reactor->derived().onAttribute(field, key, change); });
+    static_cast<NestedReactor*>(self)->tell(field, key, change);
   }
 
   Owner* owner_;

@@ -3,9 +3,11 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 #include "framework/Kiv/Entity.h"
+#include "framework/Lanx/AddressFamily.h"
 #include "framework/Lanx/Prefix.h"
 #include "framework/Pith/String.h"
 
@@ -40,6 +42,15 @@ class PITH_EXPORT AclListConfig : public Kiv::Entity {
   KIV_ENTITY(AclListConfig, Kiv::Entity)
   KIV_CHILDREN(Pith::String, PrefixList, prefixList)
   KIV_CHILDREN(Pith::String, Ipv6PrefixList, ipv6PrefixList)
+
+  // What those who follow the lists of the family share about them; theirs to set.
+  std::weak_ptr<void>& sharedByFollowers(Lanx::AddressFamily family) const noexcept {
+    return family == Lanx::AddressFamily::ipv4 ? sharedByIpv4Followers_ : sharedByIpv6Followers_;
+  }
+
+ private:
+  mutable std::weak_ptr<void> sharedByIpv4Followers_;
+  mutable std::weak_ptr<void> sharedByIpv6Followers_;
 };
 
 }  // namespace Acl

@@ -2,7 +2,10 @@
 // of a directory under its path name.
 #pragma once
 
+#include <memory>
+
 #include "framework/Kiv/Entity.h"
+#include "framework/Lanx/AddressFamily.h"
 #include "framework/Lanx/IpAddrWithMask.h"
 #include "framework/Pith/String.h"
 
@@ -25,6 +28,15 @@ class PITH_EXPORT Config : public Kiv::Entity {
   KIV_KEY(Config, Pith::String, name)
   KIV_CHILDREN(Pith::String, MatchIpv4PrefixListConfig, matchIpv4PrefixList)
   KIV_CHILDREN(Pith::String, MatchIpv6PrefixListConfig, matchIpv6PrefixList)
+
+  // What those who follow the lists of the family share about them; theirs to set.
+  std::weak_ptr<void>& sharedByFollowers(Lanx::AddressFamily family) const noexcept {
+    return family == Lanx::AddressFamily::ipv4 ? sharedByIpv4Followers_ : sharedByIpv6Followers_;
+  }
+
+ private:
+  mutable std::weak_ptr<void> sharedByIpv4Followers_;
+  mutable std::weak_ptr<void> sharedByIpv6Followers_;
 };
 
 }  // namespace MatchList

@@ -427,6 +427,89 @@ TEST_F(MatchListPathTest, AnL2SegmentHasSubnetsAndNoVrf) {
   EXPECT_TRUE(output->subnets().empty());
 }
 
+TEST_F(MatchListPathTest, SegmentsAreToldInTheOrderOfTheirReactorsInWhateverOrderTheyChose) {
+  matchList("web", {"10.0.0.0/8"});
+  matchList("other", {"192.0.2.0/24"});
+  for (const char* name : {"a", "b", "c"}) reactor(name);
+  for (const char* name : {"c", "a", "b"}) {
+    segment(name)->prefixIpv4MlIs(ListSource::matchList("web"));
+  }
+  segment("b")->prefixIpv4MlIs(ListSource::matchList("other"));
+  const auto writesOfChange = [this] {
+    sw().recorder.take();
+    matchListAdd("web", "11.0.0.0/8");
+    matchListRemove("web", "11.0.0.0/8");
+    return sw().recorder.take();
+  };
+  const auto untraced = writesOfChange();
+  EXPECT_THAT(
+      untraced,
+      ElementsAre("+ " + wide("11.0.0.0/8") + " = a", "+ " + local("a", "11.0.0.0/8") + " = true",
+                  "+ " + local("c", "11.0.0.0/8") + " = true", "~ " + wide("11.0.0.0/8") + " = c",
+                  "- " + local("a", "11.0.0.0/8"), "- " + wide("11.0.0.0/8"),
+                  "- " + local("c", "11.0.0.0/8")));
+  const TraceCapture traces(8, "Firewall/*");  // then all three are told
+  EXPECT_EQ(writesOfChange(), untraced);
+}
+
+TEST_F(MatchListPathTest, EveryReactorTracesTheChangeOfAListThatItsSegmentDidNotChoose) {
+  prefixList("p", {"10.0.0.0/8"});
+  matchList("m", {"10.0.0.0/8"});
+  for (const char* name : {"a", "b"}) reactor(name);
+  const TraceCapture traces(8, "Firewall/*");
+  entry("p", 20, "11.0.0.0/8");
+  EXPECT_THAT(traces.texts(),
+              ElementsAre(" segment: a prefixList: p", " segment: b prefixList: p"));
+  matchListAdd("m", "11.0.0.0/8");
+  EXPECT_THAT(traces.texts(), ElementsAre(" segment: a prefixList: p", " segment: b prefixList: p",
+                                          ": 11.0.0.0/8", ": 11.0.0.0/8"));
+}
+
+TEST_F(MatchListPathTest, AListHasAReactorOnceItIsAskedForOrChangesUnderASegmentThatChoseIt) {
+  const auto reactors = [] {
+    return TestSupport::liveCounts()
+        ["Firewall::MatchListConfigPathSm::NestedSm_MatchIpv4PrefixList"];
+  };
+  matchList("one", {"10.0.0.0/8"});
+  matchList("two", {"11.0.0.0/8"});
+  segment("a")->prefixIpv4MlIs(ListSource::matchList("one"));
+  const auto sm = reactor("a");
+  matchListAdd("two", "12.0.0.0/8");
+  EXPECT_EQ(reactors(), 0U);
+  matchListAdd("one", "12.0.0.0/8");
+  EXPECT_EQ(reactors(), 1U);
+  const auto two = sm->matchIpv4PrefixList("two");
+  EXPECT_EQ(reactors(), 2U);
+  EXPECT_EQ(sm->matchIpv4PrefixList("two"), two);
+  EXPECT_EQ(two->notifier(), sw().matchLists("lists")->matchIpv4PrefixList("two"));
+}
+
+TEST_F(MatchListPathTest, TheReactorsAreThoseOfTheListsInTheirOrder) {
+  for (const char* name : {"two", "one", "three"}) matchList(name, {"10.0.0.0/8"});
+  const auto sm = reactor("a");
+  const auto lists = sw().matchLists("lists");
+  const auto names = [&sm] {
+    std::vector<std::string> names;
+    for (const auto& child : sm->matchIpv4PrefixList()) {
+      names.emplace_back(child->notifier()->name().view());
+    }
+    EXPECT_EQ(sm->matchIpv4PrefixList().size(), names.size());
+    return names;
+  };
+  EXPECT_THAT(names(), ElementsAre("two", "one", "three"));
+  lists->matchIpv4PrefixListDel("two");
+  matchList("two", {"10.0.0.0/8"});
+  EXPECT_THAT(names(), ElementsAre("one", "three", "two"));
+  sm->matchIpv4PrefixListDel("three");
+  EXPECT_THAT(names(), ElementsAre("one", "two"));
+  EXPECT_FALSE(sm->matchIpv4PrefixListHas("three"));
+  sm->matchIpv4PrefixListIs(lists->matchIpv4PrefixList("three"));
+  EXPECT_THAT(names(), ElementsAre("one", "three", "two"));
+  sm->matchIpv4PrefixListDelAll();
+  EXPECT_THAT(names(), IsEmpty());
+  EXPECT_TRUE(sm->matchIpv4PrefixList().empty());
+}
+
 using MatchListDeathTest = MatchListPathTest;
 
 TEST_F(MatchListDeathTest, AListThatIsMissingWhenItsReactorIsToldEndsTheProcess) {
