@@ -44,7 +44,7 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
   static Ptr of(const Pith::Ptr<const Input>& input) {
     std::weak_ptr<void>& slot = Kind::sharedByFollowers(*input);
     if (const auto shared = slot.lock()) return std::static_pointer_cast<ListFollowers>(shared);
-    const auto made = std::make_shared<ListFollowers>(input);
+    auto made = std::make_shared<ListFollowers>(input);
     slot = made;
     return made;
   }
@@ -63,9 +63,9 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
     all_.erase(follower.place);
     if (all_.empty()) watches_.clear();
   }
-  void choose(Follower& follower, ListChoice choice) {
+  void choose(Follower& follower, const ListChoice& choice) {
     unindex(follower);
-    follower.choice = std::move(choice);
+    follower.choice = choice;
     index(follower);
   }
 
