@@ -155,7 +155,10 @@ bool applySegmentDir(const std::shared_ptr<SegmentDir>& directory, const Steps& 
 }  // namespace
 
 Change::Change(const std::string& line) {
-  if (line == "start") return;
+  if (line == "start" || line == "stop") {
+    if (line == "stop") kind = Kind::stop;
+    return;
+  }
   kind = line.at(0) == '+' ? Kind::write : Kind::erase;
   const std::size_t equals = line.find(" =");
   if (equals != std::string::npos) text = line.substr(std::min(equals + 3, line.size()));
@@ -171,6 +174,11 @@ bool ModelInputs::apply(const Change& change) {
   if (change.kind == Change::Kind::start) {
     if (model_->started()) return false;
     model_->start();
+    return true;
+  }
+  if (change.kind == Change::Kind::stop) {
+    if (!model_->started()) return false;
+    model_->stop();
     return true;
   }
   if (change.steps[0] == "source") return applySource(change);

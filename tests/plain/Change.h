@@ -4,6 +4,7 @@
 //   + source/cli/vrf/red/segment/a/className = __segment_a       a value, or an entry with a value
 //   - source/cli/vrf/red/segment/a                               an entry goes
 //   start                                                        the root reactor is made
+//   stop                                                         it is cleaned up and dropped
 //
 // The first step names an input object: source/<name>, lists/<path>, ip, intf, apps, sets, cap,
 // acl; what follows is a path below it as the store has it.
@@ -14,7 +15,7 @@
 namespace Plain {
 
 struct Change {
-  enum class Kind { start, write, erase };
+  enum class Kind { start, stop, write, erase };
 
   explicit Change(const std::string& line);
 

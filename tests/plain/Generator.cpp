@@ -205,6 +205,7 @@ std::vector<std::string> Generator::beginning() {
 }
 
 std::vector<std::string> Generator::changes() {
+  if (below(300) == 0) return {"stop", change(), "start"};
   const std::string last = change();
   Names lines;
   if (chance(70)) lines = parentsOf(last);

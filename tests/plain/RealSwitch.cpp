@@ -64,6 +64,10 @@ void RealSwitch::apply(const Change& change) {
                                         o.hwCapability, o.aclListConfig);
     return;
   }
+  if (change.kind == Change::Kind::stop) {
+    stop();
+    return;
+  }
   if (change.below.empty()) {
     const bool isSource = change.steps[0] == "source";
     const auto& directory = isSource ? o.fwConfigDir : o.matchListConfigDir;
