@@ -75,11 +75,15 @@ picture:
 
 ## make bench          runs all benchmarks
 ## make bench-smoke    runs each benchmark for a moment, to see that it runs
-.PHONY: bench bench-smoke
-bench bench-smoke:
+## make bench-instructions  counts the instructions of the reactors' benchmarks; a rise of a tenth fails
+.PHONY: bench bench-smoke bench-instructions
+bench: bench_target = bench_run
+bench-smoke: bench_target = bench_smoke
+bench-instructions: bench_target = bench_instructions
+bench bench-smoke bench-instructions:
 	tools/setup.sh build test bench
 	cmake --preset release -D FIREWALL_BENCH=ON
-	cmake --build --preset release --target $(if $(filter bench,$@),bench_run,bench_smoke)
+	cmake --build --preset release --target $(bench_target)
 
 ## make coverage       line and branch coverage of the libraries, in build/coverage/report
 .PHONY: coverage

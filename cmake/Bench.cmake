@@ -46,3 +46,10 @@ foreach(folder IN LISTS bench_folders)
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} USES_TERMINAL)
   add_dependencies(bench_smoke smoke_${name})
 endforeach()
+
+# Counts that no other load on the machine can change, beside the kept ones.
+add_custom_target(bench_instructions
+  COMMAND ${PROJECT_SOURCE_DIR}/tools/bench_instructions.py $<TARGET_FILE:bench_Firewall>
+          ${PROJECT_SOURCE_DIR}/bench/Firewall/instructions.json
+  WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} USES_TERMINAL)
+add_dependencies(bench_instructions bench_Firewall)

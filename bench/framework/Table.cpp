@@ -21,6 +21,8 @@ std::size_t rounds() {
   return wanted == nullptr ? 9 : std::strtoul(wanted, nullptr, 10);
 }
 
+bool isOneLife() { return std::getenv("BENCH_ONE_LIFE") != nullptr; }
+
 double median(std::vector<double> values) {
   if (values.empty()) return 0;
   const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
@@ -38,10 +40,16 @@ class Comparison {
 
   void run(benchmark::State& state) {
     for (auto _ : state) {
+      if (isOneLife()) {
+        Life life;
+        contenders_.front().second(life);
+        continue;
+      }
       for (std::size_t round = 0; round < rounds(); ++round) {
         for (const auto& [name, live] : contenders_) turn(name, live);
       }
     }
+    if (isOneLife()) return;
     print();
     for (const auto& [figure, values] : figures_) {
       state.counters[figure] = medianOf(figure, contenders_.front().first);
