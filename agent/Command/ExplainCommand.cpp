@@ -23,17 +23,17 @@ int explainCommand(const CommonOptions& options, const Files& files, Explained w
                    const std::string& in, const std::string& which) {
   std::uint32_t number = 0;
   if ((what == Explained::rule || what == Explained::hardwareRule) && !isNumber(which, number)) {
-    return fail(refused, quoted(which) + " is not a number");
+    return fail(refused, inQuotes(which) + " is not a number");
   }
   std::string canonical;
   const Kiv::ValueData& prefix = Kiv::valueDataOf<Lanx::IpGenPrefix>();
   if (what == Explained::prefix && !canonicalText(prefix, which, canonical)) {
-    return fail(refused, quoted(which) + " is not " + wantedText(prefix));
+    return fail(refused, inQuotes(which) + " is not " + wantedText(prefix));
   }
   const Kiv::ValueData& vrf = Kiv::valueDataOf<L3::VrfName>();
   if ((what == Explained::prefix || what == Explained::segment) &&
       !canonicalText(vrf, in, canonical)) {
-    return fail(refused, quoted(in) + " is not " + wantedText(vrf));
+    return fail(refused, inQuotes(in) + " is not " + wantedText(vrf));
   }
   Timing timing(options.timing);
   Diagnostics diagnostics;

@@ -20,20 +20,20 @@ bool isNumber(std::string_view text, Number& number) {
 std::string packetOf(const TracedPacket& given, Packet& packet) {
   std::string canonical;
   if (!canonicalText(Kiv::valueDataOf<L3::VrfName>(), given.vrf, canonical)) {
-    return quoted(given.vrf) + " is not " + wantedText(Kiv::valueDataOf<L3::VrfName>());
+    return inQuotes(given.vrf) + " is not " + wantedText(Kiv::valueDataOf<L3::VrfName>());
   }
   packet.vrf = given.vrf;
   const std::size_t colon = given.in.find(':');
   packet.interface = given.in.substr(0, colon);
   if (!packet.interface.empty() &&
       !canonicalText(Kiv::valueDataOf<Lanx::IntfId>(), packet.interface, canonical)) {
-    return quoted(packet.interface) + " is not " + wantedText(Kiv::valueDataOf<Lanx::IntfId>());
+    return inQuotes(packet.interface) + " is not " + wantedText(Kiv::valueDataOf<Lanx::IntfId>());
   }
   if (colon != std::string::npos) {
     std::uint16_t vlan = 0;
     if (!isNumber(given.in.substr(colon + 1), vlan) || vlan < Bridging::VlanId::min ||
         vlan > Bridging::VlanId::max) {
-      return quoted(given.in.substr(colon + 1)) + " is not a VLAN of 1 to 4094";
+      return inQuotes(given.in.substr(colon + 1)) + " is not a VLAN of 1 to 4094";
     }
     packet.vlan = vlan;
   }
@@ -42,18 +42,18 @@ std::string packetOf(const TracedPacket& given, Packet& packet) {
     try {
       *address = Lanx::IpGenAddr::parse(*text);
     } catch (const Pith::RangeException&) {
-      return quoted(*text) + " is not an address such as 192.0.2.1 or 2001:db8::1";
+      return inQuotes(*text) + " is not an address such as 192.0.2.1 or 2001:db8::1";
     }
   }
   const int protocol = protocolNumber(given.protocol);
   if (protocol >= 0) {
     packet.protocol = static_cast<std::uint8_t>(protocol);
   } else if (!isNumber(given.protocol, packet.protocol)) {
-    return quoted(given.protocol) + " is not a protocol such as tcp, or its number 0 to 255";
+    return inQuotes(given.protocol) + " is not a protocol such as tcp, or its number 0 to 255";
   }
   for (const auto& [text, port] : {std::pair(&given.sourcePort, &packet.sourcePort),
                                    std::pair(&given.destinationPort, &packet.destinationPort)}) {
-    if (!text->empty() && !isNumber(*text, *port)) return quoted(*text) + " is not a port";
+    if (!text->empty() && !isNumber(*text, *port)) return inQuotes(*text) + " is not a port";
   }
   if (Firewall::Protocol(packet.protocol).hasPorts() && given.destinationPort.empty()) {
     return given.protocol + " wants a source port and a destination port";

@@ -92,7 +92,7 @@ std::string Diagnostics::summary() const {
   return text;
 }
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
   constexpr std::size_t most = 60;
   std::string result = "\"";
   Pith::appendPrintable(result, text.substr(0, most));
@@ -119,7 +119,7 @@ std::string_view nearest(std::string_view text, const std::vector<std::string_vi
 
 std::string didYouMean(std::string_view text, const std::vector<std::string_view>& candidates) {
   const std::string_view meant = nearest(text, candidates);
-  return meant.empty() ? "" : "; did you mean " + quoted(meant) + "?";
+  return meant.empty() ? "" : "; did you mean " + inQuotes(meant) + "?";
 }
 
 }  // namespace Agent

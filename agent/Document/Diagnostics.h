@@ -69,7 +69,7 @@ class Diagnostics {
 };
 
 // The text in quotes, control characters as \xNN, cut after 60 bytes.
-std::string quoted(std::string_view text);
+std::string inQuotes(std::string_view text);
 // The candidate that `text` most likely was meant to be, empty when none is near.
 std::string_view nearest(std::string_view text, const std::vector<std::string_view>& candidates);
 // `; did you mean "x"?`, or nothing.

@@ -180,14 +180,14 @@ class Checker {
       if (data.kind == ValueKind::integer) fits = node.kind == Kind::number;
       if (!fits) {
         return fail(node, wantedText(data) + " is wanted, not " +
-                              (node.kind == Kind::boolean ? quoted(node.text)
+                              (node.kind == Kind::boolean ? inQuotes(node.text)
                                                           : std::string(kindName(node.kind))));
       }
     } else if (!node.isScalar()) {
       return fail(node, wantedText(data) + " is wanted as the key");
     }
     if (!canonicalText(data, node.text, text_)) {
-      return fail(node, quoted(node.text) + " is not " + wantedText(data) +
+      return fail(node, inQuotes(node.text) + " is not " + wantedText(data) +
                             didYouMean(node.text, data.names));
     }
     if (text_ != node.text) node.text = document_.keep(text_);

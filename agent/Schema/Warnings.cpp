@@ -97,7 +97,7 @@ class Warner {
         const DocumentPath::Step inDirectory(path_, "l2SegmentDir");
         if (l2Holder != nullptr && textAt(source.value, "enabled") == "true" &&
             textAt(l2Holder->value, "enabled") == "true") {
-          tell(*directory, "the source " + quoted(l2Holder->key.text) +
+          tell(*directory, "the source " + inQuotes(l2Holder->key.text) +
                                " holds the L2 directory too; the one that is enabled last has it "
                                "alone");
         }
@@ -125,7 +125,7 @@ class Warner {
         const Names& known = isPorts ? ports : prefixes;
         if ((!isPorts && !isPrefixes) || !isMissing(known, field.value.text)) continue;
         const DocumentPath::Step inField(path_, field.key.text);
-        tell(field.value, "no field set " + quoted(field.value.text) + " in " +
+        tell(field.value, "no field set " + inQuotes(field.value.text) + " in " +
                               (isPorts ? "fieldSetL4Port" : "fieldSetIpPrefix") +
                               "; the application matches as if it named none" +
                               meant(field.value.text, known));
@@ -148,14 +148,14 @@ class Warner {
   void rule(const Member& rule) {
     const Node& service = at(rule.value, "service");
     if (applications_.count(service.text) == 0) {
-      tell(service, "no application " + quoted(service.text) +
+      tell(service, "no application " + inQuotes(service.text) +
                         ", so the rule makes no hardware rule" +
                         meant(service.text, applications_));
       return;
     }
     const Expansion& expansion = expansionOf(service.text);
     if (expansion.matchesNothing()) {
-      tell(service, "the application " + quoted(service.text) +
+      tell(service, "the application " + inQuotes(service.text) +
                         " has neither prefixes nor protocols, so the rule makes no hardware rule");
     }
     std::uint32_t seqnum = 0;
@@ -182,7 +182,7 @@ class Warner {
   void vrf(const Member& vrf) {
     const DocumentPath::Step inVrf(path_, vrf.key.text);
     if (vrfs_.count(vrf.key.text) == 0) {
-      tell(vrf.key, "the switch has no VRF " + quoted(vrf.key.text) +
+      tell(vrf.key, "the switch has no VRF " + inQuotes(vrf.key.text) +
                         ", so nothing of it reaches the hardware" + meant(vrf.key.text, vrfs_));
     }
     const Names& known = segments_[vrf.key.text];
@@ -191,7 +191,7 @@ class Warner {
     for (const Member& prefix : at(vrf.value, "prefix").members) {
       if (!isMissing(known, prefix.value.text)) continue;
       const DocumentPath::Step inPrefix(path_, prefix.key.text);
-      tell(prefix.value, "no segment " + quoted(prefix.value.text) + " in the VRF" +
+      tell(prefix.value, "no segment " + inQuotes(prefix.value.text) + " in the VRF" +
                              meant(prefix.value.text, known));
     }
   }
@@ -212,7 +212,7 @@ class Warner {
       const DocumentPath::Step inPolicy(path_, "policy");
       const DocumentPath::Step inFrom(path_, from.key.text);
       if (from.key.text != forwardingSegments && isMissing(known, from.key.text)) {
-        tell(from.key, "no segment " + quoted(from.key.text) +
+        tell(from.key, "no segment " + inQuotes(from.key.text) +
                            " here, so traffic from it is not judged" + meant(from.key.text, known));
       }
       missingPolicy(from.value);
@@ -225,7 +225,7 @@ class Warner {
 
   void missingPolicy(const Node& policy) {
     if (!isMissing(policies_, policy.text)) return;
-    tell(policy, "no policy " + quoted(policy.text) + ", so the link is not made" +
+    tell(policy, "no policy " + inQuotes(policy.text) + ", so the link is not made" +
                      meant(policy.text, policies_));
   }
 
@@ -245,7 +245,7 @@ class Warner {
       const Node& all = at(root_, part);
       const Node* const list = all.find(name);
       if (list == nullptr) {
-        tell(*source, "no list " + quoted(name) + " in " + std::string(part) +
+        tell(*source, "no list " + inQuotes(name) + " in " + std::string(part) +
                           ", so the segment has no prefixes of it" + meant(name, namesOf(all)));
       } else if (!vrf.empty()) {
         claim(vrf, segment.key, *source, *list);
@@ -260,7 +260,7 @@ class Warner {
     for (const Member& intf : at(at(*classMaps_, className), "intfVlanData").members) {
       const DocumentPath::Step inIntf(path_, intf.key.text);
       if (interfaces_.count(intf.key.text) == 0) {
-        tell(intf.key, "the switch has no interface " + quoted(intf.key.text) +
+        tell(intf.key, "the switch has no interface " + inQuotes(intf.key.text) +
                            meant(intf.key.text, interfaces_));
         continue;
       }
@@ -270,7 +270,7 @@ class Warner {
         tell(intf.key, "is not routed, so it does not belong to a segment of a VRF");
       } else if (routed->second != vrf) {
         tell(intf.key,
-             "is routed in the VRF " + quoted(routed->second) + ", not in " + quoted(vrf));
+             "is routed in the VRF " + inQuotes(routed->second) + ", not in " + inQuotes(vrf));
       }
     }
   }
@@ -329,14 +329,14 @@ class Warner {
       const Double& each = *told.first;
       std::string text = std::string(each.prefix);
       if (told.count > 1) text += " and " + counted(told.count - 1, "more prefix") + "es";
-      text += " of this list: the segment " + quoted(each.first->segment) + " claims the same; ";
+      text += " of this list: the segment " + inQuotes(each.first->segment) + " claims the same; ";
       const std::string_view owner = globalOwner(each.vrf, each.prefix);
       if (!hasGlobalList_) {
         text += "both hold it, for the hardware has no VRF-wide list";
       } else if (!owner.empty()) {
-        text += quoted(owner) + " owns it by the VRF's global prefixes";
+        text += inQuotes(owner) + " owns it by the VRF's global prefixes";
       } else {
-        text += quoted(each.first->segment) + " owns it in the VRF-wide list, as the first";
+        text += inQuotes(each.first->segment) + " owns it in the VRF-wide list, as the first";
       }
       diagnostics_.warning(each.source->place,
                            "vrf/" + std::string(each.vrf) + "/segment/" + std::string(each.segment),

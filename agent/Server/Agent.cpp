@@ -121,7 +121,7 @@ Answer RunningAgent::show(const std::string& path) const {
   }
   if (path.empty()) return {done, names};
   if (object == nullptr)
-    return {answerIsNo, "there is no " + quoted(path) + "; there is\n" + names};
+    return {answerIsNo, "there is no " + inQuotes(path) + "; there is\n" + names};
 
   std::string text;
   const auto writer = TreeWriter::json(text);
@@ -131,10 +131,10 @@ Answer RunningAgent::show(const std::string& path) const {
     at = rest.empty() ? object : Kiv::Inspector(*object).find(rest);
   } catch (const Pith::RangeException&) {
     const auto value = Kiv::Inspector(*object).read(rest);
-    if (!value) return {answerIsNo, "there is no " + quoted(path) + "\n"};
+    if (!value) return {answerIsNo, "there is no " + inQuotes(path) + "\n"};
     return {done, *value + "\n"};
   }
-  if (at == nullptr) return {answerIsNo, "there is no " + quoted(path) + "\n"};
+  if (at == nullptr) return {answerIsNo, "there is no " + inQuotes(path) + "\n"};
   writer->object(*at);
   writer->done();
   return {done, text};
@@ -181,7 +181,8 @@ Answer RunningAgent::synchronise() {
 
 Answer RunningAgent::traceLevel(const Words& words) const {
   const auto setting = traceLevelOf(words[1] + "/" + words[2]);
-  if (!setting) return {refused, quoted(words[2]) + " is not a level of 0 to 9, or -1 for none\n"};
+  if (!setting)
+    return {refused, inQuotes(words[2]) + " is not a level of 0 to 9, or -1 for none\n"};
   Kiv::TraceHelper::levelIs(setting->first, setting->second);
   // The sink that is there is kept: it is the same one.
   Kiv::TraceHelper::sinkIs(Kiv::TraceHelper::standardErrorSink());

@@ -65,7 +65,7 @@ void Explainer::fieldSet(const Node& application, std::string_view field, std::s
                          std::string_view values) const {
   const Node* const name = application.find(field);
   if (name == nullptr) return;
-  out_ << "    " << field << " " << quoted(name->text);
+  out_ << "    " << field << " " << inQuotes(name->text);
   const Member* const set = memberOf(below(root_, part), name->text);
   if (set == nullptr) {
     out_ << ", which is not in " << part << '\n';
@@ -84,7 +84,7 @@ void Explainer::fieldSet(const Node& application, std::string_view field, std::s
 void Explainer::application(std::string_view name) const {
   const Member* const app = memberOf(below(root_, "app"), name);
   if (app == nullptr) return;
-  out_ << "  application " << quoted(name) << " at " << at(app->key.place) << ": protocols";
+  out_ << "  application " << inQuotes(name) << " at " << at(app->key.place) << ": protocols";
   const auto& protocols = below(app->value, "proto").members;
   for (const Member& protocol : protocols) out_ << " " << protocol.key.text;
   out_ << (protocols.empty() ? " none\n" : "\n");
@@ -138,7 +138,7 @@ bool Explainer::rule(std::string_view policy, std::uint32_t seqnum) {
     if (rule == nullptr) continue;
     isFound = true;
     const Node& service = below(rule->value, "service");
-    out_ << "source " << quoted(source.key.text) << ": rule " << key << " of " << quoted(policy)
+    out_ << "source " << inQuotes(source.key.text) << ": rule " << key << " of " << inQuotes(policy)
          << " at " << at(rule->key.place) << ": " << service.text << " is to "
          << below(rule->value, "action").text << '\n';
     if (!isEnabled(source)) out_ << "  missing: the source is not enabled\n";
@@ -148,7 +148,7 @@ bool Explainer::rule(std::string_view policy, std::uint32_t seqnum) {
     application(service.text);
   }
   if (!isFound) {
-    out_ << "no source has a rule " << key << " of the policy " << quoted(policy) << '\n';
+    out_ << "no source has a rule " << key << " of the policy " << inQuotes(policy) << '\n';
   } else {
     hardwareRules(policy, seqnum);
   }
@@ -158,7 +158,7 @@ bool Explainer::rule(std::string_view policy, std::uint32_t seqnum) {
 bool Explainer::hardwareRule(std::string_view policy, std::uint32_t ruleId) {
   const auto compiled = store_.hwConfig->policy(Pith::String(policy));
   if (!compiled || compiled->rule(ruleId) == nullptr) {
-    out_ << "the hardware has no rule " << ruleId << " of a policy " << quoted(policy) << '\n';
+    out_ << "the hardware has no rule " << ruleId << " of a policy " << inQuotes(policy) << '\n';
     return false;
   }
   const std::uint32_t seqnum = Firewall::ruleSeqnum(ruleId);
@@ -178,9 +178,9 @@ bool Explainer::claims(const Member& source, const Member& segment, std::string_
       if (text != prefix) continue;
       if (isEntry && below(entry.value, "action").text != "permit") continue;
       isFound = true;
-      out_ << "  segment " << quoted(segment.key.text) << " of source " << quoted(source.key.text)
-           << " claims it by " << below(segment.value, field).text << " at " << at(entry.key.place)
-           << '\n';
+      out_ << "  segment " << inQuotes(segment.key.text) << " of source "
+           << inQuotes(source.key.text) << " claims it by " << below(segment.value, field).text
+           << " at " << at(entry.key.place) << '\n';
     }
   }
   return isFound;
@@ -191,8 +191,8 @@ bool Explainer::prefix(std::string_view vrf, std::string_view text) {
   const std::string key = prefix.toString();
   const auto compiled = store_.hwConfig->vrf(L3::VrfName(vrf));
   const Pith::String* const owner = compiled ? compiled->prefixList(prefix) : nullptr;
-  out_ << key << " in VRF " << quoted(vrf) << ": "
-       << (owner == nullptr ? "nobody owns it VRF-wide" : quoted(owner->view()) + " owns it")
+  out_ << key << " in VRF " << inQuotes(vrf) << ": "
+       << (owner == nullptr ? "nobody owns it VRF-wide" : inQuotes(owner->view()) + " owns it")
        << '\n';
   bool isGlobal = false;
   bool isClaimed = false;
@@ -200,8 +200,8 @@ bool Explainer::prefix(std::string_view vrf, std::string_view text) {
     const Node& config = below(below(source.value, "vrf"), vrf);
     if (const Member* const global = memberOf(below(config, "prefix"), key)) {
       isGlobal = true;
-      out_ << "  source " << quoted(source.key.text) << " gives it to "
-           << quoted(global->value.text) << " as a global prefix at " << at(global->key.place)
+      out_ << "  source " << inQuotes(source.key.text) << " gives it to "
+           << inQuotes(global->value.text) << " as a global prefix at " << at(global->key.place)
            << (isEnabled(source) ? "" : ", and is not enabled") << '\n';
     }
     for (const Member& segment : below(config, "segment").members) {
@@ -226,8 +226,8 @@ bool Explainer::prefix(std::string_view vrf, std::string_view text) {
 
 void Explainer::segmentOf(const Member& source, const Member& segment, const std::string& path,
                           const Firewall::FwSegment* compiled) const {
-  out_ << "source " << quoted(source.key.text) << ": segment " << quoted(segment.key.text) << " at "
-       << at(segment.key.place) << '\n';
+  out_ << "source " << inQuotes(source.key.text) << ": segment " << inQuotes(segment.key.text)
+       << " at " << at(segment.key.place) << '\n';
   if (!isEnabled(source)) out_ << "  missing: the source is not enabled\n";
   reasons(path, "  ");
   for (const Member& link : below(segment.value, "policy").members) {
@@ -277,8 +277,8 @@ bool Explainer::segment(std::string_view vrf, std::string_view name) {
     segmentOf(source, *segment, path, compiled.get());
   }
   if (!isFound) {
-    out_ << "no source has a segment " << quoted(name)
-         << (isL2 ? " in its L2 directory" : " in VRF " + quoted(vrf)) << '\n';
+    out_ << "no source has a segment " << inQuotes(name)
+         << (isL2 ? " in its L2 directory" : " in VRF " + inQuotes(vrf)) << '\n';
     return false;
   }
   if (!compiled) {
