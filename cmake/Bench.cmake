@@ -1,6 +1,5 @@
-#Each folder of bench / is one Google Benchmark program, bench_ < folder>, \
-    with the libraries that the
-#figures are compared to.Only the target bench builds them.
+# Each folder of bench/ is one Google Benchmark program, bench_<folder>, with the libraries that the
+# figures are compared to. Only the target bench builds them.
 find_package(benchmark REQUIRED)
 find_package(absl REQUIRED)
 find_package(Boost 1.74 REQUIRED)
@@ -10,7 +9,7 @@ add_custom_target(bench)
 add_custom_target(bench_run)
 add_custom_target(bench_smoke)
 
-#The table of the comparisons, for all of them.
+# The table of the comparisons, for all of them.
 set(bench_table bench/framework/Table.cpp)
 add_library(bench_table STATIC EXCLUDE_FROM_ALL ${bench_table})
 target_link_libraries(bench_table PUBLIC ${FIREWALL_LIBRARIES} benchmark::benchmark)
