@@ -7,7 +7,7 @@
 //
 // Text. IPv4 is four decimal numbers without leading zeros: unlike inet_aton(), "10.1" and
 // "010.0.0.1" are refused, since people disagree about what they mean. IPv6 is read in every form
-// of RFC 4291 section 2.2 and written in the one form of RFC 5952: lower case, no leading zeros,
+// of RFC 4291, 2.2 and written in the one form of RFC 5952: lower case, no leading zeros,
 // "::" for the first longest run of two or more zero groups; an IPv4-mapped address, and no other,
 // ends in a dotted quad (RFC 5952 section 5). Unlike inet_ntop(), the deprecated IPv4-compatible
 // ::192.0.2.1 is written ::c000:201. No blanks, no zone ids, no brackets. parse(toString()) gives
@@ -80,7 +80,7 @@ class PITH_EXPORT Ip6Addr {
   using Bytes = std::array<std::uint8_t, 16>;
 
   constexpr Ip6Addr() noexcept = default;  // ::
-  // In the order of the wire (RFC 4291 section 2.2).
+  // In the order of the wire (RFC 4291, 2.2).
   constexpr explicit Ip6Addr(const Bytes& bytes) noexcept : bytes_(bytes) {}
   // Ip6Addr(0x20010db800000000, 1) is 2001:db8::1.
   constexpr Ip6Addr(std::uint64_t high, std::uint64_t low) noexcept

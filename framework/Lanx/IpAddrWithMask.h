@@ -13,7 +13,7 @@
 // 0.0.0.0/32 and before 0.0.0.1/0, and is valid as a prefix: the unset Prefix. IPv6 has none: a
 // default-constructed Ip6AddrWithMask is ::/0.
 //
-// The text is address, '/', length (RFC 4632 section 3.1, RFC 4291 section 2.3); the length is
+// The text is address, '/', length (RFC 4632, 3.1; RFC 4291, 2.3); the length is
 // decimal, without sign or leading zeros, and never left out. Order is by family, address, length.
 //
 // Plain values, trivially copyable. No operation but those on text allocates; a trace records bytes

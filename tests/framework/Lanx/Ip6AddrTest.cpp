@@ -1,4 +1,4 @@
-// The texts of RFC 4291 section 2.2 in, RFC 5952 section 4 out.
+// The texts of RFC 4291, 2.2 in, RFC 5952, 4 out.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
