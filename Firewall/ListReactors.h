@@ -116,7 +116,10 @@ class ListReactors final : public Kiv::ReactorPart {
     } else {
       leave();
     }
-    for (Pith::Ptr<Child> child : made_) child->hasNotificationActiveIs(on);
+    for (Pith::Ptr<Child> child : made_) {
+      child->hasNotificationActiveIs(on);
+      dropStale(child->notifier()->name());  // the list may have been replaced while it was off
+    }
   }
   void clear() override {
     if (followers_) leave();

@@ -510,6 +510,21 @@ TEST_F(MatchListPathTest, TheReactorsAreThoseOfTheListsInTheirOrder) {
   EXPECT_TRUE(sm->matchIpv4PrefixList().empty());
 }
 
+TEST_F(MatchListPathTest, AListReplacedWhileNotificationsWereOffHasAReactorOfItsOwn) {
+  matchList("m", {"10.0.0.0/8"});
+  segment("a")->prefixIpv4MlIs(ListSource::matchList("m"));
+  const auto sm = reactor("a");
+  const auto lists = sw().matchLists("lists");
+  const auto stale = sm->matchIpv4PrefixList("m");
+  sm->hasNotificationActiveIs(false);
+  lists->matchIpv4PrefixListDel("m");
+  matchList("m", {"11.0.0.0/8"});
+  sm->hasNotificationActiveIs(true);
+  const auto present = lists->matchIpv4PrefixList("m");
+  EXPECT_EQ(sm->matchIpv4PrefixListIs(present)->notifier(), present);
+  EXPECT_NE(sm->matchIpv4PrefixList("m"), stale);
+}
+
 using MatchListDeathTest = MatchListPathTest;
 
 TEST_F(MatchListDeathTest, AListThatIsMissingWhenItsReactorIsToldEndsTheProcess) {
