@@ -40,6 +40,17 @@ TEST_F(FwServiceTest, portRangeOfTheSameStartTakesThePlaceOfTheOther) {
                                             "dstPort/443: \"443-444\" -> \"443\""));
 }
 
+TEST_F(FwServiceTest, writtenPortRangeIsTheOneThatStands) {
+  for (const PortRange& range : {PortRange(443, 444), PortRange(443, 443), PortRange(443, 443)}) {
+    const PortRange* const dst = service_->dstPortIs(range);
+    EXPECT_EQ(*dst, range);
+    EXPECT_EQ(dst, service_->dstPort(443));
+    const PortRange* const src = service_->srcPortIs(range);
+    EXPECT_EQ(*src, range);
+    EXPECT_EQ(src, service_->srcPort(443));
+  }
+}
+
 TEST_F(FwServiceTest, portRangeUnderAnotherKeyIsRefused) {
   EXPECT_THROW(service_->dstPortIs(80, PortRange(443, 444)), Pith::RangeException);
   EXPECT_THROW(service_->srcPortIs(80, PortRange(443, 444)), Pith::RangeException);
