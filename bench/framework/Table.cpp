@@ -21,6 +21,13 @@ std::size_t rounds() {
   return wanted == nullptr ? 9 : std::strtoul(wanted, nullptr, 10);
 }
 
+// What the last contender freed is put together again before the next one's turn, or that would pay
+// for it, and stays with the process, or it would pay the kernel for the pages.
+void tidyHeap() {
+  mallopt(M_MMAP_MAX, 0);
+  mallopt(M_TRIM_THRESHOLD, 2'000'000'000);  // any setting has malloc consolidate first
+}
+
 bool isOneLife() { return std::getenv("BENCH_ONE_LIFE") != nullptr; }
 
 double median(std::vector<double> values) {
@@ -59,6 +66,7 @@ class Comparison {
 
  private:
   void turn(const std::string& name, const std::function<void(Life&)>& live) {
+    tidyHeap();
     Life life;
     for (std::size_t i = 0; i < lives_; ++i) live(life);
     for (const auto& [figure, sum] : life.sums()) {
