@@ -45,7 +45,7 @@ foreach(folder IN LISTS bench_folders)
   add_custom_target(smoke_${name}
     COMMAND ${CMAKE_COMMAND} -E env BENCH_ROUNDS=1
             $<TARGET_FILE:${name}> --benchmark_min_time=0.0001 --benchmark_filter=-0000|5000
-    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} USES_TERMINAL)
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} USES_TERMINAL VERBATIM)
   add_dependencies(bench_smoke smoke_${name})
 endforeach()
 
