@@ -48,6 +48,22 @@ lives:
 	cmake --build --preset release --target test_plain
 	FIREWALL_LIVES=$(LIVES) build/release/tests/test_plain
 
+## make memcheck       one long scenario under valgrind
+.PHONY: memcheck
+memcheck:
+	tools/setup.sh build test valgrind
+	cmake --preset release
+	cmake --build --preset release --target test_Firewall
+	valgrind -q --leak-check=full --error-exitcode=1 build/release/tests/test_Firewall \
+	  --gtest_filter='ScenarioTest.*'
+
+## make mutate         plants MUTANTS small faults in the reactors and lists those that no test notices
+.PHONY: mutate
+mutate: MUTANTS ?= 300
+mutate:
+	tools/setup.sh build test
+	tools/mutate.py --count $(MUTANTS)
+
 ## make install-test   installs into a scratch folder and builds a program against that
 .PHONY: install-test
 install-test:
@@ -81,7 +97,7 @@ bench: bench_target = bench_run
 bench-smoke: bench_target = bench_smoke
 bench-instructions: bench_target = bench_instructions
 bench bench-smoke bench-instructions:
-	tools/setup.sh build test bench
+	tools/setup.sh build test bench valgrind
 	cmake --preset release -D FIREWALL_BENCH=ON
 	cmake --build --preset release --target $(bench_target)
 
