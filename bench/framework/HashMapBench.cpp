@@ -1,14 +1,10 @@
 // Kiv::HashMap2018 beside the hash maps that a user would take instead.
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <numeric>
-#include <random>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 #if __has_include(<absl/container/flat_hash_map.h>)
 #include <absl/container/flat_hash_map.h>
@@ -20,15 +16,17 @@
 #define BENCH_BOOST 1
 #endif
 
+#include "bench/framework/Records.h"
 #include "bench/framework/Table.h"
 #include "framework/Kiv/HashMap2018.h"
 #include "framework/Pith/Hash.h"
 
 namespace {
 
-struct Record {
-  std::array<std::uint32_t, 20> words;
-};
+using Bench::KivMap;
+using Bench::Record;
+using Bench::shuffled;
+using Bench::StandardMap;
 
 // A network prefix by size: 20 bytes.
 struct WideKey {
@@ -48,12 +46,6 @@ WideKey keyOf(std::uint32_t number) {
   return {{number, number * 2654435761U, 7, number ^ 0x5bd1e995U, 64}};
 }
 
-Record recordOf(std::uint32_t number) {
-  Record record{};
-  record.words.fill(number);
-  return record;
-}
-
 // The same hash for all, so that the tables are compared and not the mixes.
 struct Hasher {
   using is_avalanching = void;
@@ -62,49 +54,6 @@ struct Hasher {
     return Pith::hashOf(key);
   }
 };
-
-template <class Key>
-class KivMap {
- public:
-  void insert(const Key& key, std::uint32_t number) { map_.insert({key, recordOf(number)}); }
-  const Record* find(const Key& key) const {
-    const auto* entry = map_.find(key);
-    return entry == nullptr ? nullptr : &entry->value;
-  }
-  void erase(const Key& key) { map_.erase(key); }
-  template <class Visit>
-  void walk(const Visit& visit) const {
-    for (const auto& entry : map_) visit(entry.value);
-  }
-
- private:
-  Kiv::HashMap2018<Kiv::MapEntry<Key, Record>, Kiv::MapEntryKey<Key, Record>> map_;
-};
-
-template <class Key, class Map>
-class StandardMap {
- public:
-  void insert(const Key& key, std::uint32_t number) { map_.emplace(key, recordOf(number)); }
-  const Record* find(const Key& key) const {
-    const auto found = map_.find(key);
-    return found == map_.end() ? nullptr : &found->second;
-  }
-  void erase(const Key& key) { map_.erase(key); }
-  template <class Visit>
-  void walk(const Visit& visit) const {
-    for (const auto& entry : map_) visit(entry.second);
-  }
-
- private:
-  Map map_;
-};
-
-std::vector<std::uint32_t> shuffled(std::uint32_t count, std::uint32_t seed) {
-  std::vector<std::uint32_t> numbers(count);
-  std::iota(numbers.begin(), numbers.end(), 1U);
-  std::shuffle(numbers.begin(), numbers.end(), std::mt19937(seed));
-  return numbers;
-}
 
 template <class Key, class Map>
 Bench::Contenders::value_type contender(const char* name, std::uint32_t count) {
@@ -115,28 +64,13 @@ Bench::Contenders::value_type contender(const char* name, std::uint32_t count) {
               for (const std::uint32_t number : inserted) map.insert(keyOf<Key>(number), number);
             });
             life.note("7 bytes", Bench::heapBytes() - before);
-            life.time("2 find", [&] {
-              for (const std::uint32_t number : sought) {
-                benchmark::DoNotOptimize(map.find(keyOf<Key>(number))->words[0]);
-              }
-            });
-            life.time("2 find, one by one", [&] {
-              std::uint32_t found = 0;
-              for (const std::uint32_t number : sought) {
-                found = map.find(keyOf<Key>(number ^ (found >> 31U)))->words[0];
-              }
-              benchmark::DoNotOptimize(found);
-            });
+            Bench::timeFind(life, "2", map, keyOf<Key>, sought);
             life.time("3 find absent", [&] {
               for (const std::uint32_t number : sought) {
                 benchmark::DoNotOptimize(map.find(keyOf<Key>(number + count)));
               }
             });
-            life.time("4 walk", [&] {
-              std::uint64_t sum = 0;
-              map.walk([&](const Record& record) { sum += record.words[0]; });
-              benchmark::DoNotOptimize(sum);
-            });
+            Bench::timeWalk(life, "4 walk", map);
             life.time("5 erase and insert", [&] {
               for (const std::uint32_t number : sought) {
                 map.erase(keyOf<Key>(number));
@@ -151,25 +85,24 @@ Bench::Contenders::value_type contender(const char* name, std::uint32_t count) {
 
 template <class Key>
 void compareMaps(const std::string& keyName) {
-  for (const std::uint32_t count : {10U, 1'000U, 100'000U, 1'000'000U}) {
-    Bench::compare(
-        "HashMap, " + keyName + " key, " + std::to_string(count), count,
-        {
-            contender<Key, KivMap<Key>>("Kiv", count),
+  using Map = Kiv::HashMap2018<Kiv::MapEntry<Key, Record>, Kiv::MapEntryKey<Key, Record>>;
+  Bench::compareAtSizes("HashMap, " + keyName + " key", [](std::uint32_t count) {
+    return Bench::Contenders{
+        contender<Key, KivMap<Key, Map>>("Kiv", count),
 #ifdef BENCH_ABSL
-            contender<Key, StandardMap<Key, absl::flat_hash_map<Key, Record, Hasher>>>("absl flat",
-                                                                                       count),
-            contender<Key, StandardMap<Key, absl::node_hash_map<Key, Record, Hasher>>>("absl node",
-                                                                                       count),
+        contender<Key, StandardMap<Key, absl::flat_hash_map<Key, Record, Hasher>>>("absl flat",
+                                                                                   count),
+        contender<Key, StandardMap<Key, absl::node_hash_map<Key, Record, Hasher>>>("absl node",
+                                                                                   count),
 #endif
 #ifdef BENCH_BOOST
-            contender<Key, StandardMap<Key, boost::unordered_flat_map<Key, Record, Hasher>>>(
-                "boost flat", count),
+        contender<Key, StandardMap<Key, boost::unordered_flat_map<Key, Record, Hasher>>>(
+            "boost flat", count),
 #endif
-            contender<Key, StandardMap<Key, std::unordered_map<Key, Record, Hasher>>>(
-                "std::unordered", count),
-        });
-  }
+        contender<Key, StandardMap<Key, std::unordered_map<Key, Record, Hasher>>>("std::unordered",
+                                                                                  count),
+    };
+  });
 }
 
 const bool registered = [] {

@@ -1,12 +1,9 @@
 // Kiv::OrderedMap beside the ordered maps that a user would take instead.
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
-#include <numeric>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -15,14 +12,16 @@
 #define BENCH_ABSL 1
 #endif
 
+#include "bench/framework/Records.h"
 #include "bench/framework/Table.h"
 #include "framework/Kiv/OrderedMap.h"
 
 namespace {
 
-struct Record {
-  std::array<std::uint32_t, 20> words;
-};
+using Bench::KivMap;
+using Bench::Record;
+using Bench::shuffled;
+using Bench::StandardMap;
 
 // A network prefix by size: 20 bytes.
 struct WideKey {
@@ -41,60 +40,6 @@ WideKey keyOf(std::uint32_t number) {
   return {{7, number / 256, number % 256, 0, 64}};
 }
 
-Record recordOf(std::uint32_t number) {
-  Record record{};
-  record.words.fill(number);
-  return record;
-}
-
-template <class Key>
-class KivMap {
- public:
-  void insert(const Key& key, std::uint32_t number) { map_.insert({key, recordOf(number)}); }
-  void insertLast(const Key& key, std::uint32_t number) { insert(key, number); }
-  const Record* find(const Key& key) const { return &map_.find(key)->value; }
-  void erase(const Key& key) { map_.erase(key); }
-  template <class Visit>
-  void walk(const Visit& visit) const {
-    for (const auto& entry : map_) visit(entry.value);
-  }
-
- private:
-  Kiv::OrderedMap<Kiv::MapEntry<Key, Record>, Kiv::MapEntryKey<Key, Record>> map_;
-};
-
-template <class Key, class Map>
-class StandardMap {
- public:
-  void insert(const Key& key, std::uint32_t number) { map_.emplace(key, recordOf(number)); }
-  void insertLast(const Key& key, std::uint32_t number) {
-    map_.emplace_hint(map_.end(), key, recordOf(number));
-  }
-  const Record* find(const Key& key) const { return &map_.find(key)->second; }
-  void erase(const Key& key) { map_.erase(key); }
-  template <class Visit>
-  void walk(const Visit& visit) const {
-    for (const auto& entry : map_) visit(entry.second);
-  }
-
- private:
-  Map map_;
-};
-
-std::vector<std::uint32_t> shuffled(std::uint32_t count, std::uint32_t seed) {
-  std::vector<std::uint32_t> numbers(count);
-  std::iota(numbers.begin(), numbers.end(), 1U);
-  std::shuffle(numbers.begin(), numbers.end(), std::mt19937(seed));
-  return numbers;
-}
-
-template <class Map>
-void walk(const Map& map) {
-  std::uint64_t sum = 0;
-  map.walk([&](const Record& record) { sum += record.words[0]; });
-  benchmark::DoNotOptimize(sum);
-}
-
 template <class Key, class Map>
 void lifeInOrder(Bench::Life& life, std::uint32_t count) {
   const std::size_t before = Bench::heapBytes();
@@ -106,7 +51,7 @@ void lifeInOrder(Bench::Life& life, std::uint32_t count) {
       }
     });
     life.note("2 bytes, in order", Bench::heapBytes() - before);
-    life.time("3 walk, in order", [&] { walk(map); });
+    Bench::timeWalk(life, "3 walk, in order", map);
     life.time("4 erase in order", [&] {
       for (std::uint32_t number = 1; number <= count; ++number) map.erase(keyOf<Key>(number));
     });
@@ -128,19 +73,8 @@ void lifeAtRandom(Bench::Life& life, const std::vector<std::uint32_t>& inserted,
     for (const std::uint32_t number : inserted) map.insert(keyOf<Key>(number), number);
   });
   life.note("6 bytes", Bench::heapBytes() - before);
-  life.time("7 find", [&] {
-    for (const std::uint32_t number : sought) {
-      benchmark::DoNotOptimize(map.find(keyOf<Key>(number))->words[0]);
-    }
-  });
-  life.time("7 find, one by one", [&] {
-    std::uint32_t found = 0;
-    for (const std::uint32_t number : sought) {
-      found = map.find(keyOf<Key>(number ^ (found >> 31U)))->words[0];
-    }
-    benchmark::DoNotOptimize(found);
-  });
-  life.time("8 walk", [&] { walk(map); });
+  Bench::timeFind(life, "7", map, keyOf<Key>, sought);
+  Bench::timeWalk(life, "8 walk", map);
   life.time("9 erase", [&] {
     for (const std::uint32_t number : sought) map.erase(keyOf<Key>(number));
   });
@@ -156,17 +90,16 @@ Bench::Contenders::value_type contender(const char* name, std::uint32_t count) {
 
 template <class Key>
 void compareMaps(const std::string& keyName) {
-  for (const std::uint32_t count : {10U, 1'000U, 100'000U, 1'000'000U}) {
-    Bench::compare(
-        "OrderedMap, " + keyName + " key, " + std::to_string(count), count,
-        {
-            contender<Key, KivMap<Key>>("Kiv", count),
+  using Map = Kiv::OrderedMap<Kiv::MapEntry<Key, Record>, Kiv::MapEntryKey<Key, Record>>;
+  Bench::compareAtSizes("OrderedMap, " + keyName + " key", [](std::uint32_t count) {
+    return Bench::Contenders{
+        contender<Key, KivMap<Key, Map>>("Kiv", count),
 #ifdef BENCH_ABSL
-            contender<Key, StandardMap<Key, absl::btree_map<Key, Record>>>("absl btree", count),
+        contender<Key, StandardMap<Key, absl::btree_map<Key, Record>>>("absl btree", count),
 #endif
-            contender<Key, StandardMap<Key, std::map<Key, Record>>>("std::map", count),
-        });
-  }
+        contender<Key, StandardMap<Key, std::map<Key, Record>>>("std::map", count),
+    };
+  });
 }
 
 const bool registered = [] {

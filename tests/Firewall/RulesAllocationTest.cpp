@@ -1,43 +1,17 @@
 // What an expansion asks of the heap, and that a full sequence number is refused.
 #include <gtest/gtest.h>
 
-#include <cstddef>
-#include <cstdlib>
-#include <new>
-
 #include "tests/Firewall/RulesSupport.h"
+#include "tests/support/AllocationCount.h"
 #include "tests/support/TraceCapture.h"
-
-namespace {
-std::size_t allocations = 0;
-}  // namespace
-
-// Not inlined, lest g++ see malloc() here and free() there and take them for mismatched.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size == 0 ? 1 : size); memory != nullptr) return memory;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  ++allocations;
-  return std::malloc(size == 0 ? 1 : size);
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
 using Firewall::computeRuleId;
 using Firewall::FwRule;
 using Firewall::maxRuleIndex;
+using TestSupport::allocationsOf;
 using TestSupport::LoneRootSm;
-
-template <class Function>
-std::size_t allocationsOf(Function function) {
-  const std::size_t before = allocations;
-  function();
-  return allocations - before;
-}
 
 class RulesAllocationTest : public ::testing::Test {
  protected:

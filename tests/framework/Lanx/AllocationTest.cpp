@@ -1,35 +1,15 @@
 // Values are made, compared and written without the heap; only a string that grows asks for memory.
 #include <gtest/gtest.h>
 
-#include <cstddef>
-#include <cstdlib>
-#include <new>
 #include <string>
 
 #include "framework/Lanx/IntfId.h"
 #include "framework/Lanx/Prefix.h"
-
-namespace {
-std::size_t allocations = 0;
-}  // namespace
-
-// Not inlined, lest g++ see malloc() here and free() there and take them for mismatched.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size == 0 ? 1 : size); memory != nullptr) return memory;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+#include "tests/support/AllocationCount.h"
 
 namespace {
 
-template <class Function>
-std::size_t allocationsOf(Function function) {
-  const std::size_t before = allocations;
-  function();
-  return allocations - before;
-}
+using TestSupport::allocationsOf;
 
 TEST(AllocationTest, readingAValueAllocatesNothing) {
   EXPECT_EQ(allocationsOf([] {

@@ -1,9 +1,6 @@
 // What the recorder is given raw is not made a text on the way: recording it takes no memory.
 #include <gtest/gtest.h>
 
-#include <cstddef>
-#include <cstdlib>
-#include <new>
 #include <string>
 
 #include "framework/Fleetlog/Decode.h"
@@ -12,19 +9,7 @@
 #include "framework/Pith/Node.h"
 #include "framework/Pith/Ptr.h"
 #include "framework/Twinlog/Twinlog.h"
-
-namespace {
-std::size_t allocations = 0;
-}  // namespace
-
-// Not inlined, lest g++ see malloc() here and free() there and take them for mismatched.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size == 0 ? 1 : size); memory != nullptr) return memory;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+#include "tests/support/AllocationCount.h"
 
 namespace {
 
@@ -46,13 +31,11 @@ TEST(AllocationTest, recordingNumbersNamesAddressesAndReferencesTakesNone) {
   const auto prefix = Lanx::IpGenPrefix::parse("2001:1db8:1111:2222:3333:4444:5555:6666/128");
   const Lanx::IntfId intf("Ethernet1/2/3/4/5/6/7/8/9/10");
   const auto record = [&] {
-    const std::size_t before = allocations;
     TWINLOG_FN(allocationFacility, 8, fn, ": %s, %s, %s, %s, %s, %s, %s", -1, true, segment->name(),
                prefix.address(), prefix, intf, segment);
-    return allocations - before;
   };
   record();  // the first message of a site makes it known
-  EXPECT_EQ(record(), 0U);
+  EXPECT_EQ(TestSupport::allocationsOf(record), 0U);
   Fleetlog::traceFileIs(nullptr);
   std::string last;
   Fleetlog::decode(file.bytes(),
