@@ -9,6 +9,8 @@
                                                   as match lists, an address plan's realms as VRFs
                                                   and its networks as segments, services as
                                                   applications, access lists as policies
+  tools/configurations.py routes DATA             a full routing table of DATA as the match lists of
+                                                  one segment
 
 What the model cannot say is left out, and counted on standard error: addresses with masks that are
 no prefix lengths, and what is no TCP, UDP, ICMP or IP.
@@ -33,13 +35,14 @@ def field_set(ports):
 class Configuration:
     """A document, with applications that are made once for each thing that they match."""
 
-    def __init__(self):
+    def __init__(self, indent=1):
+        self.indent = indent  # None: all in one line, which is much faster
         self.parts = collections.defaultdict(dict)
         self.left_out = collections.Counter()
 
     def application(self, name, protocols, ports=(), source=None, destination=None):
         app = {"proto": list(protocols)}
-        if ports:
+        if ports and set(protocols) & {"tcp", "udp", 6, 17}:  # no others carry any
             self.parts["fieldSetL4Port"][name] = field_set(ports)
             app["dstPortFieldSet"] = name
         for field, prefix in (("srcPrefixFieldSet", source), ("dstPrefixFieldSet", destination)):
@@ -51,8 +54,7 @@ class Configuration:
         return name
 
     def write(self, out):
-        json.dump(self.parts, out, indent=1)
-        out.write("\n")
+        out.write(json.dumps(self.parts, indent=self.indent) + "\n")
         for what, count in sorted(self.left_out.items()):
             print(f"left out: {count} {what}", file=sys.stderr)
 
@@ -207,6 +209,26 @@ def real(options):
     return config
 
 
+def routes(options):
+    """Everything that is routed is the segment "internet", and one network the segment "inside"."""
+    config = Configuration(indent=None)
+    internet = {"policy": {"inside": "out"}}
+    for family in ("4", "6"):
+        path = pathlib.Path(options.data) / "prefixes" / f"bgp_full_v{family}.txt"
+        config.parts[f"matchIpv{family}PrefixList"]["routes"] = {
+            "subnets": path.read_text(encoding="ascii").split()}
+        internet[f"prefixIpv{family}Ml"] = "matchList:routes"
+    config.parts["matchIpv4PrefixList"]["inside"] = {"subnets": ["10.0.0.0/8"]}
+    config.application("web", ["tcp"], ["80", "443"])
+    config.parts["source"] = {"operator": {
+        "enabled": True,
+        "policy": {"out": {"rule": {"10": {"service": "web", "action": "drop"}}}},
+        "vrf": {"default": {"segment": {
+            "internet": internet, "inside": {"prefixIpv4Ml": "matchList:inside"}}}}}}
+    config.parts["switch"] = {"hwCapability": {"globalPrefixListSupported": True}}
+    return config
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("-o", "--output", type=argparse.FileType("w", encoding="utf-8"),
@@ -218,9 +240,10 @@ def main():
     of_size.add_argument("--prefixes", type=int, default=100000)
     of_size.add_argument("--services", type=int, default=1000)
     of_size.add_argument("--rules", type=int, default=10000)
-    of_data = kinds.add_parser("real")
-    of_data.set_defaults(make=real)
-    of_data.add_argument("data")
+    for name, make in (("real", real), ("routes", routes)):
+        of_data = kinds.add_parser(name)
+        of_data.set_defaults(make=make)
+        of_data.add_argument("data")
     options = parser.parse_args()
     options.make(options).write(options.output)
 

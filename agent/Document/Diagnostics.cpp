@@ -50,12 +50,19 @@ std::string Diagnostics::placeText(const Place& place) const {
 }
 
 void Diagnostics::error(const Place& place, std::string path, std::string text) {
-  entries_.push_back({Severity::error, place, std::move(path), std::move(text)});
+  add(Severity::error, place, std::move(path), std::move(text));
   ++errors_;
 }
 
 void Diagnostics::warning(const Place& place, std::string path, std::string text) {
-  entries_.push_back({Severity::warning, place, std::move(path), std::move(text)});
+  add(Severity::warning, place, std::move(path), std::move(text));
+  ++warnings_;
+}
+
+void Diagnostics::add(Severity severity, const Place& place, std::string path, std::string text) {
+  if (entries_.size() < maxKept) {
+    entries_.push_back({severity, place, std::move(path), std::move(text)});
+  }
 }
 
 void Diagnostics::print(std::ostream& out, const Style& style) const {
@@ -81,7 +88,10 @@ void Diagnostics::print(std::ostream& out, const Style& style) const {
     if (!entry->path.empty()) out << entry->path << ": ";
     out << entry->text << '\n';
   }
-  if (hidden != 0) out << hidden << " more are not shown (--max-errors 0 shows all)\n";
+  if (hidden != 0) out << grouped(hidden) << " more are not shown (--max-errors 0 shows all)\n";
+  if (const std::size_t lost = errors_ + warnings_ - entries_.size(); lost != 0) {
+    out << grouped(lost) << " more were not kept\n";
+  }
   if (style.summary && !ordered.empty()) out << summary() << '\n';
 }
 
@@ -92,10 +102,16 @@ std::string Diagnostics::summary() const {
   return text;
 }
 
+std::string_view cut(std::string_view text, std::size_t most) noexcept {
+  if (text.size() <= most) return text;
+  while (most > 0 && (static_cast<unsigned char>(text[most]) & 0xC0U) == 0x80U) --most;
+  return text.substr(0, most);
+}
+
 std::string inQuotes(std::string_view text) {
   constexpr std::size_t most = 60;
   std::string result = "\"";
-  Pith::appendPrintable(result, text.substr(0, most));
+  Pith::appendPrintable(result, cut(text, most));
   return result + (text.size() > most ? "\"..." : "\"");
 }
 

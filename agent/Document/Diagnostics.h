@@ -37,6 +37,8 @@ class Diagnostics {
     bool summary = true;
   };
 
+  static constexpr std::size_t maxKept = 100'000;
+
   // The index of the file, for places in it.
   std::uint16_t fileIs(std::string name);
   const std::string& fileName(std::uint16_t file) const { return files_[file]; }
@@ -54,7 +56,8 @@ class Diagnostics {
   bool isUnreadable() const noexcept { return isUnreadable_; }
 
   std::size_t errors() const noexcept { return errors_; }
-  std::size_t warnings() const noexcept { return entries_.size() - errors_; }
+  std::size_t warnings() const noexcept { return warnings_; }
+  // The first maxKept that were told.
   const std::vector<Entry>& entries() const noexcept { return entries_; }
 
   void print(std::ostream& out, const Style& style) const;
@@ -62,12 +65,17 @@ class Diagnostics {
   std::string summary() const;
 
  private:
+  void add(Severity severity, const Place& place, std::string path, std::string text);
+
   std::vector<std::string> files_;
   std::vector<Entry> entries_;
   std::size_t errors_ = 0;
+  std::size_t warnings_ = 0;
   bool isUnreadable_ = false;
 };
 
+// The beginning of the text, of at most so many bytes, without a part of a UTF-8 character.
+std::string_view cut(std::string_view text, std::size_t most) noexcept;
 // The text in quotes, control characters as \xNN, cut after 60 bytes.
 std::string inQuotes(std::string_view text);
 // The candidate that `text` most likely was meant to be, empty when none is near.

@@ -52,9 +52,8 @@ class Handler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Handler> 
     const std::size_t start = startOfToken();
     const std::string_view inBuffer = buffer_.substr(start + 1, bytes);
     const std::string_view value{text, bytes};
-    builder_.scalar(Node::Kind::string, lines_.at(start),
-                    inBuffer == value ? inBuffer : document_.keep(value));
-    return tokenEnds();
+    return tokenEnds() && builder_.scalar(Node::Kind::string, lines_.at(start),
+                                          inBuffer == value ? inBuffer : document_.keep(value));
   }
   bool Key(const char* text, rapidjson::SizeType bytes, bool copy) {
     return String(text, bytes, copy);
@@ -74,8 +73,8 @@ class Handler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Handler> 
     return true;
   }
   bool scalar(Node::Kind kind, std::string_view text) {
-    builder_.scalar(kind, lines_.at(startOfToken()), text);
-    return tokenEnds();
+    const std::size_t start = startOfToken();
+    return tokenEnds() && builder_.scalar(kind, lines_.at(start), text);
   }
   bool begin(Node::Kind kind) {
     end_ = startOfToken() + 1;
@@ -119,7 +118,7 @@ bool readJson(std::string_view buffer, std::uint16_t file, Document& document, N
   if (endsEarly) {
     why += "a byte 0";
   } else if (code == rapidjson::kParseErrorTermination) {
-    why = "deeper than " + std::to_string(maxDepth) + " levels";
+    why = builder.tooMuch();
   } else if (code == rapidjson::kParseErrorStringInvalidEncoding) {
     why += "not UTF-8";
   } else if (offset >= buffer.size()) {

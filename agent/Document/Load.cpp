@@ -22,9 +22,6 @@ bool endsWith(std::string_view text, std::string_view end) {
 }
 
 bool isJson(std::string_view path) { return endsWith(path, ".json"); }
-bool isDocument(std::string_view path) {
-  return isJson(path) || endsWith(path, ".yaml") || endsWith(path, ".yml");
-}
 
 // The files that the paths stand for.
 std::vector<std::string> filesOf(const std::vector<std::string>& paths, Diagnostics& diagnostics) {
@@ -38,7 +35,8 @@ std::vector<std::string> filesOf(const std::vector<std::string>& paths, Diagnost
     const std::size_t before = files.size();
     for (fs::directory_iterator entry(path, failed), end; !failed && entry != end;
          entry.increment(failed)) {
-      if (isDocument(entry->path().string()) && !entry->is_directory()) {
+      std::error_code unknown;
+      if (isDocument(entry->path().string()) && !entry->is_directory(unknown)) {
         files.push_back(entry->path().string());
       }
     }
@@ -84,15 +82,19 @@ std::optional<std::string> contentOf(const std::string& path, std::string& why) 
   return content;
 }
 
-// A part that one file gives twice stays two members, which is told as an error later.
+// A part that one file gives twice stays two members, which is told as an error later. A part that
+// is nothing is one without members.
 void merge(Node& root, Node part) {
   std::vector<std::string_view> seen;
   for (Member& member : part.members) {
     const bool isNew = std::find(seen.begin(), seen.end(), member.key.text) == seen.end();
     seen.push_back(member.key.text);
     Node* const there = isNew ? root.find(member.key.text) : nullptr;
-    if (there != nullptr && there->kind == Node::Kind::mapping &&
-        member.value.kind == Node::Kind::mapping) {
+    const auto isMapping = [](const Node& node) {
+      return node.kind == Node::Kind::mapping || node.kind == Node::Kind::null;
+    };
+    if (there != nullptr && isMapping(*there) && isMapping(member.value)) {
+      there->kind = Node::Kind::mapping;
       std::move(member.value.members.begin(), member.value.members.end(),
                 std::back_inserter(there->members));
     } else {
@@ -110,31 +112,42 @@ std::string_view Document::keep(std::string_view text) {
   return {copy, text.size()};
 }
 
+bool isDocument(std::string_view path) {
+  return isJson(path) || endsWith(path, ".yaml") || endsWith(path, ".yml");
+}
+
+void loadText(Document& document, std::string_view name, std::string content, Language language,
+              Diagnostics& diagnostics) {
+  const std::uint16_t file = diagnostics.fileIs(std::string(name));
+  document.buffers.push_back(std::make_unique<std::string>(std::move(content)));
+  std::string_view buffer = *document.buffers.back();
+  if (buffer.substr(0, 3) == "\xEF\xBB\xBF") buffer.remove_prefix(3);  // byte order mark
+  Node root;
+  const bool isRead = language == Language::json
+                          ? readJson(buffer, file, document, root, diagnostics)
+                          : readYaml(buffer, file, document, root, diagnostics);
+  if (!isRead || root.kind == Node::Kind::null) return;  // an empty YAML file is nothing
+  if (root.kind != Node::Kind::mapping) {
+    diagnostics.error(root.place, {},
+                      "a mapping of parts is wanted, such as \"source\" and \"switch\", not " +
+                          std::string(kindName(root.kind)));
+    return;
+  }
+  merge(document.root, std::move(root));
+}
+
 Document load(const std::vector<std::string>& paths, Diagnostics& diagnostics) {
   Document document;
   for (const std::string& path : filesOf(paths, diagnostics)) {
-    const std::uint16_t file = diagnostics.fileIs(path == "-" ? "standard input" : path);
+    const std::string name = path == "-" ? "standard input" : path;
     std::string why;
     std::optional<std::string> content = contentOf(path, why);
-    if (!content) {
-      diagnostics.unreadable({file, 0, 0}, why);
-      continue;
+    if (content) {
+      loadText(document, name, std::move(*content), isJson(path) ? Language::json : Language::yaml,
+               diagnostics);
+    } else {
+      diagnostics.unreadable({diagnostics.fileIs(name), 0, 0}, why);
     }
-    document.buffers.push_back(std::make_unique<std::string>(std::move(*content)));
-    std::string_view buffer = *document.buffers.back();
-    if (buffer.substr(0, 3) == "\xEF\xBB\xBF") buffer.remove_prefix(3);  // byte order mark
-    Node root;
-    const bool isRead = isJson(path) ? readJson(buffer, file, document, root, diagnostics)
-                                     : readYaml(buffer, file, document, root, diagnostics);
-    if (!isRead) continue;
-    if (root.kind == Node::Kind::null) continue;  // an empty YAML file
-    if (root.kind != Node::Kind::mapping) {
-      diagnostics.error(root.place, {},
-                        "a mapping of parts is wanted, such as \"source\" and \"switch\", not " +
-                            std::string(kindName(root.kind)));
-      continue;
-    }
-    merge(document.root, std::move(root));
   }
   return document;
 }

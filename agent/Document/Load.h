@@ -9,8 +9,9 @@
 // both, where the same member twice is a duplicate like any other.
 //
 // What a file may not be is told as an error with its place: unreadable, above 256 MiB, not UTF-8,
-// deeper than 64 levels, broken JSON or YAML, more than one YAML document, YAML aliases, or
-// anything but a mapping at the top. The other files are read nevertheless.
+// deeper than 64 levels, of more than 4 million values and keys, broken JSON or YAML, more than one
+// YAML document, YAML aliases and tags, or anything but a mapping at the top. The other files are
+// read nevertheless.
 //
 // The document owns the memory that the nodes' texts lie in.
 #pragma once
@@ -28,6 +29,7 @@ namespace Agent {
 
 inline constexpr std::size_t maxFileBytes = std::size_t{256} << 20U;
 inline constexpr std::size_t maxDepth = 64;
+inline constexpr std::size_t maxNodes = 4'000'000;  // of a file: about 0.5 GiB
 
 struct Document {
   Node root{Node::Kind::mapping, {}, {}, {}};
@@ -40,6 +42,14 @@ struct Document {
 };
 
 Document load(const std::vector<std::string>& paths, Diagnostics& diagnostics);
+
+// Adds the content of one file, which is told by that name.
+enum class Language { json, yaml };
+void loadText(Document& document, std::string_view name, std::string content, Language language,
+              Diagnostics& diagnostics);
+
+// Whether a file of this name in a directory belongs to the document.
+bool isDocument(std::string_view path);
 
 // The readers. `buffer` is owned by the document; false, with an error told, when it cannot be read
 // to its end.

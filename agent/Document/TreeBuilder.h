@@ -5,15 +5,16 @@
 #include <utility>
 #include <vector>
 
+#include "agent/Document/Count.h"
 #include "agent/Document/Load.h"
 
 namespace Agent {
 
 class TreeBuilder {
  public:
-  // False when it would be too deep.
+  // False when it would be too deep or too much; tooMuch() says it.
   bool begin(Node::Kind kind, const Place& place) {
-    if (open_.size() >= maxDepth) return false;
+    if (open_.size() >= maxDepth || !hasRoom()) return false;
     open_.push_back({{kind, place, {}, {}}, {}, false});
     return true;
   }
@@ -22,8 +23,15 @@ class TreeBuilder {
     open_.pop_back();
     add(std::move(done));
   }
-  void scalar(Node::Kind kind, const Place& place, std::string_view text) {
+  bool scalar(Node::Kind kind, const Place& place, std::string_view text) {
+    if (!hasRoom()) return false;
     add({kind, place, text, {}});
+    return true;
+  }
+  // Why a node was not taken.
+  std::string tooMuch() const {
+    return count_ > maxNodes ? "more than " + grouped(maxNodes) + " values and keys"
+                             : "deeper than " + std::to_string(maxDepth) + " levels";
   }
 
   bool expectsKey() const noexcept {
@@ -37,6 +45,8 @@ class TreeBuilder {
     Node key;
     bool hasKey;
   };
+
+  bool hasRoom() { return ++count_ <= maxNodes; }
 
   void add(Node node) {
     if (open_.empty()) {
@@ -55,6 +65,7 @@ class TreeBuilder {
 
   std::vector<Open> open_;
   Node root_;
+  std::size_t count_ = 0;
 };
 
 }  // namespace Agent

@@ -1,5 +1,5 @@
-// YAML, by libyaml's event parser. What plain texts mean is the core schema of YAML 1.2, section
-// 10.3: "no" and "on" are texts.
+// YAML, by libyaml's event parser. What plain texts mean is the core schema of YAML 1.2 (its
+// chapter 10.3): "no" and "on" are texts.
 #include <yaml.h>
 
 #include <cstring>
@@ -57,6 +57,19 @@ Node::Kind kindOf(std::string_view text, bool isPlain) {
   return isNumber(text) ? Node::Kind::number : Node::Kind::string;
 }
 
+bool hasTag(const yaml_event_t& event) {
+  switch (event.type) {
+    case YAML_SCALAR_EVENT:
+      return event.data.scalar.tag != nullptr;
+    case YAML_MAPPING_START_EVENT:
+      return event.data.mapping_start.tag != nullptr;
+    case YAML_SEQUENCE_START_EVENT:
+      return event.data.sequence_start.tag != nullptr;
+    default:
+      return false;
+  }
+}
+
 std::string problemOf(const yaml_parser_t& parser) {
   if (parser.error == YAML_READER_ERROR) return "not UTF-8 text: " + std::string(parser.problem);
   std::string text = "not YAML: ";
@@ -91,6 +104,7 @@ bool readYaml(std::string_view buffer, std::uint16_t file, Document& document, N
       diagnostics.error(place, {}, why);
       return false;
     };
+    if (hasTag(*event)) return refuse("tags are not taken; write the value alone");
     switch (event->type) {
       case YAML_DOCUMENT_START_EVENT:
         if (++documents > 1) return refuse("a second document in one file; give each its own");
@@ -102,7 +116,7 @@ bool readYaml(std::string_view buffer, std::uint16_t file, Document& document, N
         if (builder.expectsKey()) return refuse("a key has to be a text");
         const bool isMapping = event->type == YAML_MAPPING_START_EVENT;
         if (!builder.begin(isMapping ? Node::Kind::mapping : Node::Kind::sequence, place)) {
-          return refuse("deeper than " + std::to_string(maxDepth) + " levels");
+          return refuse(builder.tooMuch());
         }
         break;
       }
@@ -114,7 +128,9 @@ bool readYaml(std::string_view buffer, std::uint16_t file, Document& document, N
         const std::string_view text{reinterpret_cast<const char*>(event->data.scalar.value),
                                     event->data.scalar.length};
         const bool isPlain = event->data.scalar.style == YAML_PLAIN_SCALAR_STYLE;
-        builder.scalar(kindOf(text, isPlain), place, document.keep(text));
+        if (!builder.scalar(kindOf(text, isPlain), place, document.keep(text))) {
+          return refuse(builder.tooMuch());
+        }
         break;
       }
       case YAML_STREAM_END_EVENT:

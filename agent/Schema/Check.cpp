@@ -288,7 +288,10 @@ class Checker {
         const DocumentPath::Step inVrf(path_, vrf.key.text);
         const std::string_view name = vrf.key.text;
         if ((std::string(name) + "_segment_").find("_segment_") != name.size()) {
-          fail(vrf.key, "a VRF whose name holds \"_segment_\" cannot have segments; rename it");
+          const bool isHeld = name.find("_segment_") != std::string_view::npos;
+          fail(vrf.key, std::string("a VRF whose name ") +
+                            (isHeld ? "holds \"_segment_\"" : "ends in \"_segment\"") +
+                            " cannot have segments; rename it");
           continue;
         }
         segments(

@@ -1,9 +1,13 @@
 // Where a walk stands in a document, as text only when it is asked for: "source/cli/policy/web".
+// Control characters are \xNN there, and long steps are cut.
 #pragma once
 
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "agent/Document/Diagnostics.h"
+#include "framework/Pith/Printable.h"
 
 namespace Agent {
 
@@ -25,12 +29,15 @@ class DocumentPath {
     std::string result;
     for (const std::string_view step : steps_) {
       if (!result.empty()) result.push_back('/');
-      result.append(step);
+      Pith::appendPrintable(result, cut(step, longest));
+      if (step.size() > longest) result.append("...");
     }
     return result;
   }
 
  private:
+  static constexpr std::size_t longest = 120;
+
   std::vector<std::string_view> steps_;
 };
 

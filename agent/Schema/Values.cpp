@@ -100,9 +100,16 @@ bool listSourceOf(std::string_view text, std::string& out) {
   });
 }
 
-constexpr std::string_view rangePattern = "^[0-9]+(-[0-9]+)?$";
-constexpr std::string_view ipv4Pattern = R"(^[0-9]+(\.[0-9]+){3}/[0-9]+$)";
-constexpr std::string_view ipv6Pattern = R"(^[0-9A-Fa-f:.]*:[0-9A-Fa-f:.]*/[0-9]+$)";
+constexpr const char* namePattern = R"(^[^\u0000-\u001f\u007f]+$)";
+constexpr const char* rangePattern = "^[0-9]+(-[0-9]+)?$";
+constexpr const char* ipv4Pattern = R"(^[0-9]+(\.[0-9]+){3}/[0-9]+$)";
+constexpr const char* ipv6Pattern = R"(^[0-9A-Fa-f:.]*:[0-9A-Fa-f:.]*/[0-9]+$)";
+
+std::string protocolPattern() {
+  std::string names;
+  for (const auto& [name, number] : protocols) names.append("|").append(name);
+  return "^([0-9]+(-[0-9]+)?" + names + ")$";
+}
 
 const std::unordered_map<std::string_view, ValueType>& valueTypes() {
   static const std::unordered_map<std::string_view, ValueType> types = [] {
@@ -110,9 +117,10 @@ const std::unordered_map<std::string_view, ValueType>& valueTypes() {
     const auto add = [&result]<class T>(std::type_identity<T>, ValueType type) {
       result.emplace(Kiv::valueDataOf<T>().typeName, type);
     };
-    add(std::type_identity<Pith::String>(), {nameOf<Pith::String>, "a name", "", ".+"});
+    add(std::type_identity<Pith::String>(), {nameOf<Pith::String>, "a name", "", namePattern});
     add(std::type_identity<L3::VrfName>(),
-        {nameOf<L3::VrfName>, "the name of a VRF, of at most 100 bytes", "", ".+"});
+        {nameOf<L3::VrfName>, "the name of a VRF, of at most 100 bytes", "",
+         R"(^[^\u0000-\u001f\u007f]{1,100}$)"});
     add(std::type_identity<Lanx::IntfId>(),
         {nameOf<Lanx::IntfId>,
          "the name of an interface such as Ethernet1, of at most 64 bytes without blanks", "",
@@ -139,14 +147,14 @@ const std::unordered_map<std::string_view, ValueType>& valueTypes() {
     add(std::type_identity<Classification::PortRange>(),
         {risingOf<Classification::PortRange>,
          "a port or a rising range of ports, such as 80 or 1000-1999, of 0 to 65535", "0",
-         rangePattern});
+         rangePattern, 0, 65535});
     add(std::type_identity<Classification::ProtocolRange>(),
         {protocolRangeOf,
          "a protocol such as tcp, or its number 0 to 255, or a rising range of numbers", "0",
-         "^([0-9]+(-[0-9]+)?|[a-z][a-z0-9-]*)$"});
+         protocolPattern(), 0, 255});
     add(std::type_identity<Firewall::VlanRange>(),
         {vlanRangeOf, "a VLAN or a rising range of VLANs, such as 100 or 100-199, of 1 to 4094", "",
-         rangePattern});
+         rangePattern, Bridging::VlanId::min, Bridging::VlanId::max});
     add(std::type_identity<Firewall::ListSource>(),
         {listSourceOf, "\"matchList:NAME\", \"prefixList:NAME\" or \"none\"", "none",
          "^(none|matchList:.+|prefixList:.+)$"});

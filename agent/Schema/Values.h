@@ -23,7 +23,9 @@ struct ValueType {
   bool (*canonical)(std::string_view text, std::string& out);
   std::string_view wanted;       // "a prefix such as 10.0.0.0/8 or 2001:db8::/32"
   std::string_view defaultText;  // of a value that was never written
-  std::string_view pattern;      // a regular expression for the JSON Schema; empty: any text
+  std::string pattern;           // a regular expression of all texts, for the JSON Schema
+  unsigned min = 0;              // of those that are written as numbers
+  unsigned max = 0;
 };
 
 // Booleans, integers and enumerations are described by the model itself (Kiv::ValueData); the type

@@ -12,6 +12,8 @@
 #include "agent/Schema/DocumentPath.h"
 #include "agent/Schema/Expansion.h"
 #include "agent/Schema/Schema.h"
+#include "framework/Lanx/RangeMaskGen.h"
+#include "model/Classification/AppRecognition.h"
 
 namespace Agent {
 namespace {
@@ -82,11 +84,17 @@ class Warner {
   }
 
   void all() {
+    portSets();
     applications();
     const DocumentPath::Step step(path_, "source");
     const Member* l2Holder = nullptr;
     for (const Member& source : at(root_, "source").members) {
       const DocumentPath::Step inSource(path_, source.key.text);
+      if (source.value.find("enabled") == nullptr) {
+        tell(source.key,
+             "is not enabled, so nothing of it reaches the hardware; \"enabled: true\" "
+             "enables it, \"enabled: false\" says that this is meant");
+      }
       policies(at(source.value, "policy"));
       classMaps_ = &at(source.value, "classMap");
       {
@@ -113,6 +121,53 @@ class Warner {
     diagnostics_.warning(node.place, path_.text(), std::move(text));
   }
 
+  // A port set holds one range for each port that ranges start at, and where the hardware wants
+  // blocks, those that ranges are split into.
+  void portSets() {
+    const bool asBlocks = textAt(at(switch_, "hwCapability"), "portRangeBlocksRequired") == "true";
+    const DocumentPath::Step step(path_, "fieldSetL4Port");
+    for (const Member& set : at(root_, "fieldSetL4Port").members) {
+      const DocumentPath::Step inSet(path_, set.key.text);
+      const DocumentPath::Step inPorts(path_, "ports");
+      std::unordered_map<std::uint16_t, std::string_view> starts;
+      for (const Member& range : at(at(set.value, "subConfig"), "ports").members) {
+        const DocumentPath::Step inRange(path_, range.key.text);
+        const auto ports = Classification::PortRange::parse(range.key.text);
+        std::vector<std::uint16_t> mine{ports.start};
+        if (asBlocks) mine = blockStarts(ports);
+        for (const std::uint16_t start : mine) {
+          const auto [entry, isNew] = starts.try_emplace(start, range.key.text);
+          if (isNew) continue;
+          tell(range.key, "meets " + std::string(entry->second) + " at port " +
+                              std::to_string(start) +
+                              ", where one takes the other's place; do not let ranges overlap");
+          break;
+        }
+      }
+    }
+  }
+
+  static std::vector<std::uint16_t> blockStarts(const Classification::PortRange& range) {
+    std::vector<Lanx::RangeMaskGen<std::uint16_t>::Entry> blocks;
+    Lanx::RangeMaskGen<std::uint16_t>::run(range.start, range.end, blocks);
+    std::vector<std::uint16_t> starts;
+    for (const auto& block : blocks) starts.push_back(block.low);
+    return starts;
+  }
+
+  // Ports are looked at where the protocol is TCP or UDP, by its own number.
+  static bool carriesPorts(const Node& application) {
+    const auto& protocols = at(application, "proto").members;
+    const unsigned first = textAt(application, "af") == "ipv4" ? 1 : 0;
+    return std::any_of(protocols.begin(), protocols.end(), [first](const Member& member) {
+      const auto range = Classification::ProtocolRange::parse(member.key.text);
+      const auto holds = [&range](unsigned number) {
+        return range.start <= number && number <= range.end;
+      };
+      return !(range.start <= first && range.end == 255) && (holds(6) || holds(17));
+    });
+  }
+
   void applications() {
     const Names ports = namesOf(at(root_, "fieldSetL4Port"));
     const Names prefixes = namesOf(at(root_, "fieldSetIpPrefix"));
@@ -123,6 +178,12 @@ class Warner {
         const bool isPorts = field.key.text.find("PortFieldSet") != std::string_view::npos;
         const bool isPrefixes = field.key.text.find("PrefixFieldSet") != std::string_view::npos;
         const Names& known = isPorts ? ports : prefixes;
+        if (isPorts && !field.value.text.empty() && !carriesPorts(app.value)) {
+          const DocumentPath::Step inField(path_, field.key.text);
+          tell(field.value,
+               "ports are looked at for tcp and udp alone, and none of them is among "
+               "the protocols; the ports do not count");
+        }
         if ((!isPorts && !isPrefixes) || !isMissing(known, field.value.text)) continue;
         const DocumentPath::Step inField(path_, field.key.text);
         tell(field.value, "no field set " + inQuotes(field.value.text) + " in " +
@@ -283,6 +344,7 @@ class Warner {
 
   // Notes which segment claims a prefix of the list first.
   void claim(std::string_view vrf, const Node& segment, const Node& source, const Node& list) {
+    claimPaths_.emplace(&source, path_.text());
     auto& claims = claims_[vrf];
     if (claims.empty()) claims.reserve(prefixes_);
     const auto one = [&](std::string_view prefix) {
@@ -328,7 +390,9 @@ class Warner {
     for (const Told& told : pairs) {
       const Double& each = *told.first;
       std::string text = std::string(each.prefix);
-      if (told.count > 1) text += " and " + counted(told.count - 1, "more prefix") + "es";
+      if (told.count > 1) {
+        text += " and " + grouped(told.count - 1) + " more prefix" + (told.count > 2 ? "es" : "");
+      }
       text += " of this list: the segment " + inQuotes(each.first->segment) + " claims the same; ";
       const std::string_view owner = globalOwner(each.vrf, each.prefix);
       if (!hasGlobalList_) {
@@ -338,9 +402,7 @@ class Warner {
       } else {
         text += inQuotes(each.first->segment) + " owns it in the VRF-wide list, as the first";
       }
-      diagnostics_.warning(each.source->place,
-                           "vrf/" + std::string(each.vrf) + "/segment/" + std::string(each.segment),
-                           std::move(text));
+      diagnostics_.warning(each.source->place, claimPaths_[each.source], std::move(text));
     }
   }
 
@@ -366,6 +428,7 @@ class Warner {
   std::unordered_map<std::string_view, std::string_view> routedIn_;  // interface to VRF
   std::unordered_map<std::string_view, Expansion> expansions_;       // by application
   std::unordered_map<std::string_view, std::unordered_map<std::string_view, Claim>> claims_;
+  std::unordered_map<const Node*, std::string> claimPaths_;  // by the list source
   std::vector<Double> doubles_;
   std::size_t prefixes_ = 0;  // of all match lists
   const Node* classMaps_ = &nothing();

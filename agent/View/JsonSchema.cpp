@@ -39,6 +39,13 @@ class Writer {
     out_.endList();
   }
 
+  void bounds(std::uint64_t min, std::uint64_t max) {
+    out_.key("minimum");
+    out_.number(min);
+    out_.key("maximum");
+    out_.number(max);
+  }
+
   void closed() {
     out_.key("additionalProperties");
     out_.boolean(false);
@@ -160,10 +167,7 @@ class Writer {
         break;
       case Kind::integer:
         pair("type", "integer");
-        out_.key("minimum");
-        out_.number(0);
-        out_.key("maximum");
-        out_.number(data.max);
+        bounds(0, data.max);
         break;
       case Kind::enumeration:
         out_.key("enum");
@@ -182,6 +186,7 @@ class Writer {
         out_.text("integer");
         out_.endList();
         pair("pattern", valueTypeOf(data).pattern);
+        if (valueTypeOf(data).max != 0) bounds(valueTypeOf(data).min, valueTypeOf(data).max);
     }
     out_.end();
   }

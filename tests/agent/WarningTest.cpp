@@ -26,11 +26,12 @@ std::string warnings(const std::string& content, const std::vector<std::string>&
 std::string rule(const std::string& key, const std::string& service,
                  const std::string& action = "drop") {
   return "source: {cli: {policy: {p: {rule: {" + key + ": {service: " + service +
-         ", action: " + action + "}}}}}}\n";
+         ", action: " + action + "}}}}, enabled: true}}\n";
 }
 
 std::string segment(const std::string& content) {
-  return "source: {cli: {policy: {p: {}}, vrf: {default: {segment: {a: {" + content + "}}}}}}\n";
+  return "source: {cli: {policy: {p: {}}, vrf: {default: {segment: {a: {" + content +
+         "}}}}, enabled: true}}\n";
 }
 
 TEST(Warning, ARuleWhoseServiceHasNoApplication) {
@@ -42,6 +43,8 @@ TEST(Warning, ARuleWhoseServiceHasNoApplication) {
 TEST(Warning, AnApplicationThatMatchesNothing) {
   EXPECT_EQ(warnings("app: {web: {dstPortFieldSet: s}}\nfieldSetL4Port: {s: {ports: [80]}}\n" +
                      rule("10", "web")),
+            "a.yaml:1:30: warning: app/web/dstPortFieldSet: ports are looked at for tcp and udp "
+            "alone, and none of them is among the protocols; the ports do not count\n"
             "a.yaml:3:50: warning: source/cli/policy/p/rule/10: the application \"web\" has "
             "neither prefixes nor protocols, so the rule makes no hardware rule\n");
 }
@@ -118,14 +121,14 @@ TEST(Warning, InterfacesThatWillNotBeBound) {
 }
 
 TEST(Warning, AVrfThatIsNotPresent) {
-  EXPECT_EQ(
-      warnings("switch: {vrf: [red]}\nsource: {cli: {vrf: {rde: {}, red: {}, default: {}}}}\n"),
-      "a.yaml:2:22: warning: source/cli/vrf/rde: the switch has no VRF \"rde\", so nothing "
-      "of it reaches the hardware; did you mean \"red\"?\n");
+  EXPECT_EQ(warnings("switch: {vrf: [red]}\n"
+                     "source: {cli: {vrf: {rde: {}, red: {}, default: {}}, enabled: true}}\n"),
+            "a.yaml:2:22: warning: source/cli/vrf/rde: the switch has no VRF \"rde\", so nothing "
+            "of it reaches the hardware; did you mean \"red\"?\n");
 }
 
 TEST(Warning, AGlobalPrefixOfASegmentThatThereIsNot) {
-  EXPECT_EQ(warnings("source: {cli: {vrf: {default: {prefix: {10.0.0.0/8: x}}}}}\n"),
+  EXPECT_EQ(warnings("source: {cli: {vrf: {default: {prefix: {10.0.0.0/8: x}}}, enabled: true}}\n"),
             "a.yaml:1:53: warning: source/cli/vrf/default/prefix/10.0.0.0/8: no segment \"x\" in "
             "the VRF\n");
 }
@@ -137,17 +140,50 @@ TEST(Warning, APrefixThatSeveralSegmentsClaim) {
            "matchIpv4PrefixList: {l: {subnets: [10.0.0.0/8, 10.1.0.0/16]}}\n"
            "source: {cli: {vrf: {default: {segment: {b: {prefixIpv4Ml: 'matchList:l'}, a: "
            "{prefixIpv4Ml: 'matchList:l'}}" +
-           global + "}}}}\n";
+           global + "}}, enabled: true}}\n";
   };
   const std::string begin =
-      "a.yaml:3:94: warning: vrf/default/segment/a: 10.0.0.0/8 and 1 more prefixes of this list: "
-      "the segment \"b\" claims the same; ";
+      "a.yaml:3:94: warning: source/cli/vrf/default/segment/a/prefixIpv4Ml: 10.0.0.0/8 and 1 more "
+      "prefix of this list: the segment \"b\" claims the same; ";
   EXPECT_EQ(warnings(text("true", "")),
             begin + "\"b\" owns it in the VRF-wide list, as the first\n");
   EXPECT_EQ(warnings(text("true", ", prefix: {10.0.0.0/8: a}")),
             begin + "\"a\" owns it by the VRF's global prefixes\n");
   EXPECT_EQ(warnings(text("false", "")),
             begin + "both hold it, for the hardware has no VRF-wide list\n");
+}
+
+TEST(Warning, ASourceThatDoesNotSayWhetherItIsEnabled) {
+  EXPECT_EQ(warnings("source: {cli: {policy: {}}}\n"),
+            "a.yaml:1:10: warning: source/cli: is not enabled, so nothing of it reaches the "
+            "hardware; \"enabled: true\" enables it, \"enabled: false\" says that this is meant\n");
+  EXPECT_EQ(warnings("source: {cli: {enabled: false}}\n"), "");
+}
+
+TEST(Warning, PortRangesThatTakeEachOthersPlace) {
+  const std::string sets = "fieldSetL4Port: {s: {ports: [80-90, 80, 85-95]}}\n";
+  EXPECT_EQ(warnings(sets),
+            "a.yaml:1:37: warning: fieldSetL4Port/s/ports/80: meets 80-90 at port 80, where one "
+            "takes the other's place; do not let ranges overlap\n");
+  EXPECT_EQ(warnings("switch: {hwCapability: {portRangeBlocksRequired: true}}\n"
+                     "fieldSetL4Port: {s: {ports: [80-90, 88, 96-97]}}\n"),
+            "a.yaml:2:37: warning: fieldSetL4Port/s/ports/88: meets 80-90 at port 88, where one "
+            "takes the other's place; do not let ranges overlap\n");
+}
+
+TEST(Warning, PortsWithoutAProtocolThatHasSome) {
+  const auto text = [](const std::string& rest) {
+    return "app: {web: {proto: [" + rest + ", dstPortFieldSet: s}}\n" +
+           "fieldSetL4Port: {s: {ports: [80]}}\n";
+  };
+  EXPECT_EQ(warnings(text("icmp]")),
+            "a.yaml:1:45: warning: app/web/dstPortFieldSet: ports are looked at for tcp and udp "
+            "alone, and none of them is among the protocols; the ports do not count\n");
+  EXPECT_NE(warnings(text("0-255]")), "");
+  EXPECT_NE(warnings(text("1-255], af: ipv4")), "");
+  EXPECT_EQ(warnings(text("1-255]")), "");
+  EXPECT_EQ(warnings(text("5-6]")), "");
+  EXPECT_EQ(warnings(text("udp, icmp]")), "");
 }
 
 TEST(Warning, TwoSourcesWithTheL2Directory) {
