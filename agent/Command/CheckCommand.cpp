@@ -3,7 +3,7 @@
 namespace Agent {
 
 int checkCommand(const CommonOptions& options, const Files& files) {
-  Timing timing(options.timing);
+  Timing timing(options);
   int status = done;
   loadChecked(files, options, timing, status);
   return status;

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "agent/Command/Commands.h"
 #include "agent/Command/Generate.h"
@@ -16,6 +17,11 @@ namespace Agent {
 namespace {
 
 using Run = std::function<int()>;
+
+// Without the words in the help, where the description has them.
+CLI::Validator oneOf(const std::vector<std::string>& words) {
+  return CLI::Validator(CLI::IsMember(words)).description("");
+}
 
 class CommandLine {
  public:
@@ -55,14 +61,19 @@ class CommandLine {
     app_.add_flag("--timing", options_.timing)
         ->description("how long each step took, on standard error");
     app_.add_option("--max-errors", options_.maxErrors)
-        ->description("how many errors are shown; 0 for all")
+        ->description("how many errors are shown, and how many warnings; 0 for all")
+        ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
+        ->type_name("NUMBER")
         ->capture_default_str();
     app_.add_option("--max-expansion", options_.maxExpansion)
         ->description("hardware rules that one rule may become without a warning")
+        ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
+        ->type_name("NUMBER")
         ->capture_default_str();
     app_.add_option("--color", options_.color)
         ->description("auto, always or never")
-        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->check(oneOf({"auto", "always", "never"}))
+        ->type_name("WHEN")
         ->capture_default_str();
     app_.add_option("--flight-recorder", options_.flightRecorder)
         ->description("trace into this file, which fleetlog reads")
@@ -76,14 +87,22 @@ class CommandLine {
   CLI::App* command(const std::string& name, const std::string& what, const std::string& example,
                     Run run) {
     CLI::App* const command = app_.add_subcommand(name, what);
-    command->footer("Example: fwagent " + example);
+    footer(command, example);
     command->callback([this, run = std::move(run)] { run_ = run; });
     return command;
   }
 
+  static void footer(CLI::App* command, const std::string& example) {
+    command->footer("fwagent --help has the options of every command.\nExample: fwagent " +
+                    example);
+  }
+
   void filesOf(CLI::App* command) {
     command->add_option("FILE", files_)
-        ->description("configuration: .json, YAML, or a directory of them")
+        ->description(
+            "configuration: .json, YAML, \"-\" for YAML from standard input, or a "
+            "directory of them")
+        ->type_name("")
         ->required();
   }
 
@@ -100,23 +119,24 @@ class CommandLine {
   }
 
   void compile() {
-    CLI::App* const compile =
-        command("compile", "the tables that the hardware gets",
-                "compile --format json -o tables.json examples/campus",
-                [this] { return compileCommand(options_, files_, format_, output_); });
+    CLI::App* const compile = command(
+        "compile", "the tables that the hardware gets", "compile --format json examples/campus",
+        [this] { return compileCommand(options_, files_, format_, output_); });
     filesOf(compile);
     formatOf(compile, {{"text", Format::text}, {"json", Format::json}, {"yaml", Format::yaml}});
-    compile->add_option("-o,--output", output_)->description("standard output otherwise");
+    compile->add_option("-o,--output", output_)
+        ->description("where to; standard output otherwise")
+        ->type_name("FILE");
     compile->add_flag("--all", options_.all)->description("do not cut long lists");
   }
 
   void diff() {
     CLI::App* const diff =
         command("diff", "every write that the hardware agent sees when OLD becomes NEW",
-                "diff examples/campus examples/campus-after",
+                "diff examples/campus/switch.yaml examples/campus",
                 [this] { return diffCommand(options_, before_, after_, format_, exitCode_); });
-    diff->add_option("OLD", before_)->description("a file or directory")->required();
-    diff->add_option("NEW", after_)->description("a file or directory")->required();
+    diff->add_option("OLD", before_)->description("a file or directory")->type_name("")->required();
+    diff->add_option("NEW", after_)->description("a file or directory")->type_name("")->required();
     formatOf(diff, {{"text", Format::text}, {"json", Format::json}});
     diff->add_flag("--exit-code", exitCode_)->description("status 1 when anything changed");
   }
@@ -132,28 +152,31 @@ class CommandLine {
   void explain() {
     CLI::App* const explain =
         app_.add_subcommand("explain", "where something comes from and what became of it");
-    explain->footer("Example: fwagent explain -f examples/campus rule to-servers 10");
+    footer(explain, "explain -f examples/campus rule to-servers 10");
     explain->require_subcommand(1);
     configurationOf(explain);
     const auto one = [this, explain](const std::string& name, const std::string& what,
-                                     Explained kind, const std::string& in,
-                                     const std::string& which, const std::string& example) {
+                                     Explained kind, const std::string& in, const std::string& inIs,
+                                     const std::string& which, const std::string& whichIs,
+                                     const std::string& example) {
       CLI::App* const command = explain->add_subcommand(name, what);
-      command->footer("Example: fwagent explain -f examples/campus " + example);
-      command->add_option(in, in_)->required();
-      command->add_option(which, which_)->required();
+      footer(command, "explain -f examples/campus " + example);
+      command->add_option(in, in_)->description(inIs)->type_name("")->required();
+      command->add_option(which, which_)->description(whichIs)->type_name("")->required();
       command->callback([this, kind] {
         run_ = [this, kind] { return explainCommand(options_, files_, kind, in_, which_); };
       });
     };
-    one("rule", "a policy's rule to its hardware rules", Explained::rule, "POLICY", "SEQ",
-        "rule to-servers 10");
-    one("hw", "a hardware rule to its configuration", Explained::hardwareRule, "POLICY", "RULEID",
+    one("rule", "a policy's rule to its hardware rules", Explained::rule, "POLICY",
+        "the policy's name", "SEQ", "the rule's sequence number", "rule to-servers 10");
+    one("hw", "a hardware rule to its configuration", Explained::hardwareRule, "POLICY",
+        "the policy's name", "RULEID", "the identifier, as compile shows it",
         "hw to-servers 41943041");
-    one("prefix", "who owns a prefix, and why", Explained::prefix, "VRF", "PREFIX",
-        "prefix default 10.20.5.0/24");
-    one("segment", "a segment's links (VRF \"l2\": of the L2 directory)", Explained::segment, "VRF",
-        "NAME", "segment default servers");
+    one("prefix", "who owns a prefix, and why", Explained::prefix, "VRF", "the VRF's name",
+        "PREFIX", "address/length", "prefix default 10.20.5.0/24");
+    one("segment", "a segment's links", Explained::segment, "VRF",
+        "the VRF's name; \"l2\" for the L2 directory", "NAME", "the segment's name",
+        "segment default servers");
   }
 
   void trace() {
@@ -162,18 +185,25 @@ class CommandLine {
                 "trace -f examples/campus --expect permit 10.10.1.2 10.100.0.5 tcp 40000 443",
                 [this] { return traceCommand(options_, files_, packet_); });
     configurationOf(trace);
-    trace->add_option("--vrf", packet_.vrf)->description("of both ends")->capture_default_str();
+    trace->add_option("--vrf", packet_.vrf)
+        ->description("of both ends")
+        ->type_name("VRF")
+        ->capture_default_str();
     trace->add_option("--in", packet_.in)
         ->description("where the packet comes in")
         ->type_name("INTF[:VLAN]");
     trace->add_option("--expect", packet_.expect)
         ->description("permit or drop: status 1 when it is the other")
-        ->check(CLI::IsMember({"permit", "drop"}));
-    trace->add_option("SRC", packet_.source)->required();
-    trace->add_option("DST", packet_.destination)->required();
-    trace->add_option("PROTO", packet_.protocol)->required();
-    trace->add_option("SPORT", packet_.sourcePort);
-    trace->add_option("DPORT", packet_.destinationPort);
+        ->check(oneOf({"permit", "drop"}))
+        ->type_name("VERDICT");
+    const auto part = [trace](const std::string& name, std::string& text, const std::string& what) {
+      return trace->add_option(name, text)->description(what)->type_name("");
+    };
+    part("SRC", packet_.source, "an address")->required();
+    part("DST", packet_.destination, "an address of the same family")->required();
+    part("PROTO", packet_.protocol, "a name such as tcp, or a number")->required();
+    part("SPORT", packet_.sourcePort, "of TCP and UDP");
+    part("DPORT", packet_.destinationPort, "of TCP and UDP");
   }
 
   void runAgent() {
@@ -205,6 +235,7 @@ class CommandLine {
              "show hwConfig/policy/to-servers")
         ->add_option("PATH", words_)
         ->description("of an object or a value, or \"stats\"; else what there is")
+        ->type_name("")
         ->expected(0, 1);
     question("verify", "whether the running output is what its configuration makes from nothing",
              "verify");
@@ -233,9 +264,12 @@ class CommandLine {
                 });
     generate->add_option("WHAT", which_)
         ->description("man, bash, zsh, fish or schema")
-        ->check(CLI::IsMember({"man", "bash", "zsh", "fish", "schema"}))
+        ->check(oneOf({"man", "bash", "zsh", "fish", "schema"}))
+        ->type_name("")
         ->required();
-    generate->add_option("-o,--output", output_)->description("standard output otherwise");
+    generate->add_option("-o,--output", output_)
+        ->description("where to; standard output otherwise")
+        ->type_name("FILE");
   }
 
   CLI::App app_{

@@ -9,7 +9,7 @@ namespace Agent {
 
 int compileCommand(const CommonOptions& options, const Files& files, Format format,
                    const std::string& output) {
-  Timing timing(options.timing);
+  Timing timing(options);
   int status = done;
   Store store;
   {

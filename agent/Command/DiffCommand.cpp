@@ -8,7 +8,7 @@ namespace Agent {
 
 int diffCommand(const CommonOptions& options, const std::string& before, const std::string& after,
                 Format format, bool exitCode) {
-  Timing timing(options.timing);
+  Timing timing(options);
   int status = done;
   Store store;
   {

@@ -35,13 +35,12 @@ int explainCommand(const CommonOptions& options, const Files& files, Explained w
       !canonicalText(vrf, in, canonical)) {
     return fail(refused, inQuotes(in) + " is not " + wantedText(vrf));
   }
-  Timing timing(options.timing);
+  Timing timing(options);
   Diagnostics diagnostics;
   const Document document = loadInto(files, options, timing, diagnostics);
-  if (diagnostics.errors() != 0) {
-    diagnostics.print(std::cerr, messageStyle(options));
-    return diagnostics.isUnreadable() ? unreachable : refused;
-  }
+  const bool isStrict = options.strict && diagnostics.warnings() != 0;
+  if (diagnostics.errors() != 0 || isStrict) diagnostics.print(std::cerr, messageStyle(options));
+  if (diagnostics.errors() != 0) return diagnostics.isUnreadable() ? unreachable : refused;
   Store store;
   apply(planOf(store, document.root), store);
   store.start();
@@ -64,7 +63,7 @@ int explainCommand(const CommonOptions& options, const Files& files, Explained w
       break;
   }
   const int written = writeOutput(text.str(), {});
-  return written != done ? written : isFound ? done : answerIsNo;
+  return written != done ? written : isFound && !isStrict ? done : answerIsNo;
 }
 
 }  // namespace Agent

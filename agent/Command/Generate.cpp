@@ -73,13 +73,15 @@ std::string roff(std::string_view text) {
   for (const char character : text) {
     if (character == '-' || character == '\\') result += '\\';
     result += character;
-    if (character == '\n') result += "\\&";
+    if (character == '\n') result += ".br\n\\&";
   }
   return result;
 }
 
 void manOptions(std::string& page, const CommandText& command) {
   for (const Option& option : command.options) {
+    const bool isHelp = option.names.back().rfind("--help", 0) == 0;
+    if (isHelp && !command.name.empty()) continue;  // it is told once
     page += ".TP\n\\fB" + roff(joined(option.names, ", ")) + "\\fR";
     if (!option.metavariable.empty()) page += " \\fI" + roff(option.metavariable) + "\\fR";
     page += "\n\\&" + roff(option.description) + "\n";

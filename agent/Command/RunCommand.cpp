@@ -53,7 +53,8 @@ int runCommand(const CommonOptions& options, const Files& files, bool watch) {
   const Listener listener(socketPathOf(options), why);
   if (listener.descriptor() < 0) return fail(unreachable, why);
   std::optional<FileWatch> changes;
-  if (watch) changes.emplace(files);
+  if (watch) changes.emplace(files, why);
+  if (!why.empty()) return fail(unreachable, why);
   RunningAgent agent(files, options);
   if (const int status = agent.begin(); status != done) return status;
   std::cerr << "fwagent: ready at " + socketPathOf(options) + "\n" << std::flush;

@@ -45,6 +45,9 @@ std::string packetOf(const TracedPacket& given, Packet& packet) {
       return inQuotes(*text) + " is not an address such as 192.0.2.1 or 2001:db8::1";
     }
   }
+  if (packet.source.family() != packet.destination.family()) {
+    return given.source + " and " + given.destination + " are addresses of two families";
+  }
   const int protocol = protocolNumber(given.protocol);
   if (protocol >= 0) {
     packet.protocol = static_cast<std::uint8_t>(protocol);
@@ -67,7 +70,7 @@ int traceCommand(const CommonOptions& options, const Files& files, const TracedP
   Packet packet;
   if (const std::string wrong = packetOf(given, packet); !wrong.empty())
     return fail(refused, wrong);
-  Timing timing(options.timing);
+  Timing timing(options);
   int status = done;
   const auto document = loadChecked(files, options, timing, status);
   if (!document) return status;

@@ -54,6 +54,14 @@ Diagnostics::Style messageStyle(const CommonOptions& options) {
   return style;
 }
 
+Timing::Timing(const CommonOptions& options)
+    : Timing(options.timing,
+             !options.timing && !options.quiet && isatty(STDERR_FILENO) == 1 ? &std::cerr : nullptr,
+             &Clock::now) {}
+
+Timing::Timing(bool isShown, std::ostream* terminal, Clock::time_point (*now)())
+    : isShown_(isShown), terminal_(terminal), now_(now), start_(now()), begin_(start_) {}
+
 Timing::~Timing() {
   if (!isShown_) return;
   double sum = 0;
@@ -65,13 +73,13 @@ Timing::~Timing() {
 }
 
 void Timing::step(std::string name) {
-  const Clock::time_point now = Clock::now();
+  const Clock::time_point now = now_();
   steps_.emplace_back(std::move(name), now - begin_);
-  // Somebody who waits for more than a second at a terminal may see what for.
-  if (!isShown_ && isatty(STDERR_FILENO) == 1 && now - begin_ > std::chrono::seconds(1)) {
-    fmt::print(stderr, "fwagent: {}: {:.1f} s\n", steps_.back().first, last().count() / 1000);
+  if (terminal_ != nullptr && now - start_ > std::chrono::seconds(1)) {
+    *terminal_ << fmt::format("fwagent: {}: {:.1f} s\n", steps_.back().first, last().count() / 1000)
+               << std::flush;
   }
-  begin_ = Clock::now();
+  begin_ = now_();
 }
 
 std::chrono::duration<double, std::milli> Timing::last() const { return steps_.back().second; }

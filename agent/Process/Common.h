@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <functional>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -40,10 +41,15 @@ bool isColored(const CommonOptions& options, int stream);
 TextStyle textStyle(const CommonOptions& options);
 Diagnostics::Style messageStyle(const CommonOptions& options);
 
-// Steps and how long they took.
+// Steps and how long they took, on standard error with --timing.
+// For whoever waits at a terminal for more than a second, the steps that are done are told as well.
 class Timing {
  public:
-  explicit Timing(bool isShown) : isShown_(isShown) {}
+  using Clock = std::chrono::steady_clock;
+
+  explicit Timing(const CommonOptions& options);
+  // With a clock and a terminal of one's own; null: none.
+  Timing(bool isShown, std::ostream* terminal, Clock::time_point (*now)());
   Timing(const Timing&) = delete;
   Timing& operator=(const Timing&) = delete;
   ~Timing();  // prints them
@@ -53,9 +59,11 @@ class Timing {
   std::chrono::duration<double, std::milli> last() const;
 
  private:
-  using Clock = std::chrono::steady_clock;
   bool isShown_;
-  Clock::time_point begin_ = Clock::now();
+  std::ostream* terminal_;
+  Clock::time_point (*now_)();
+  Clock::time_point start_;
+  Clock::time_point begin_;
   std::vector<std::pair<std::string, std::chrono::duration<double, std::milli>>> steps_;
 };
 

@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <exception>
 #include <iostream>
 #include <sstream>
 
@@ -50,7 +51,7 @@ RunningAgent::~RunningAgent() { store_.stop(); }
 
 int RunningAgent::begin() {
   int status = done;
-  Timing timing(options_.timing);
+  Timing timing(options_);
   const auto document = loadChecked(files_, options_, timing, status);
   if (!document) return status;
   apply(planOf(store_, document->root), store_);
@@ -61,11 +62,21 @@ int RunningAgent::begin() {
   return done;
 }
 
+// What is too large for the memory that there is, is refused like what is wrong.
+std::optional<Document> RunningAgent::candidate(Timing& timing) const {
+  try {
+    int status = done;
+    return loadChecked(files_, options_, timing, status);
+  } catch (const std::exception& error) {
+    tell(std::string("the candidate cannot be read: ") + error.what());
+    return std::nullopt;
+  }
+}
+
 void RunningAgent::commit() {
   const auto begin = std::chrono::steady_clock::now();
-  int status = done;
-  Timing timing(options_.timing);
-  const auto document = loadChecked(files_, options_, timing, status);
+  Timing timing(options_);
+  const auto document = candidate(timing);
   if (!document) {
     ++refusals_;
     tell("refused; the running configuration stays");

@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "agent/Process/Common.h"
@@ -34,6 +35,7 @@ class RunningAgent {
   // Counts the writes that a hardware agent would see.
   class WriteCount;
 
+  std::optional<Document> candidate(Timing& timing) const;
   Answer show(const std::string& path) const;
   Answer stats() const;
   Answer verification() const;

@@ -4,26 +4,34 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
 
+#include "agent/Document/Load.h"
+
 namespace Agent {
 
 namespace fs = std::filesystem;
 
-FileWatch::FileWatch(const std::vector<std::string>& paths)
+FileWatch::FileWatch(const std::vector<std::string>& paths, std::string& why)
     : descriptor_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+  if (descriptor_ < 0) why = std::string("files cannot be watched: ") + std::strerror(errno);
   for (const std::string& path : paths) {
     std::error_code failed;
     const bool isFolder = fs::is_directory(path, failed);
-    const fs::path folder = isFolder ? fs::path(path) : fs::path(path).parent_path();
-    constexpr std::uint32_t events = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE;
-    const int watch = inotify_add_watch(descriptor_, folder.empty() ? "." : folder.c_str(), events);
-    if (watch >= 0) {
-      watches_.emplace_back(watch, isFolder ? std::string() : fs::path(path).filename().string());
+    fs::path folder = isFolder ? fs::path(path) : fs::path(path).parent_path();
+    if (folder.empty()) folder = ".";
+    constexpr std::uint32_t events =
+        IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CREATE;
+    const int watch = inotify_add_watch(descriptor_, folder.c_str(), events);
+    if (watch < 0) {
+      why = folder.string() + ": cannot be watched: " + std::strerror(errno);
+      continue;
     }
+    watches_.push_back({watch, folder, isFolder ? "" : fs::path(path).filename().string()});
   }
 }
 
@@ -38,8 +46,14 @@ bool FileWatch::changed() const {
       std::memcpy(&event, bytes.data() + at, sizeof(event));
       const std::string name =
           event.len == 0 ? std::string() : std::string(bytes.data() + at + sizeof(event));
-      for (const auto& [watch, file] : watches_) {
-        if (watch == event.wd && (file.empty() || file == name)) isOurs = true;
+      if ((event.mask & IN_Q_OVERFLOW) != 0) isOurs = true;  // what it was is lost
+      for (const Watched& watched : watches_) {
+        if (watched.descriptor != event.wd) continue;
+        if (watched.file.empty() ? !isDocument(name) : watched.file != name) continue;
+        // A file that was created is told again when it is written, a link is not.
+        std::error_code failed;
+        const bool isCreated = (event.mask & IN_CREATE) != 0;
+        if (!isCreated || fs::is_symlink(watched.folder / name, failed)) isOurs = true;
       }
       at += sizeof(event) + event.len;
     }

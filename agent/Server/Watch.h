@@ -7,15 +7,16 @@
 // Folders are watched, not files: editors write a new file and rename it.
 #pragma once
 
+#include <filesystem>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace Agent {
 
 class FileWatch {
  public:
-  explicit FileWatch(const std::vector<std::string>& paths);
+  // With the reason in `why` when something cannot be watched.
+  FileWatch(const std::vector<std::string>& paths, std::string& why);
   ~FileWatch();
   FileWatch(const FileWatch&) = delete;
   FileWatch& operator=(const FileWatch&) = delete;
@@ -25,8 +26,14 @@ class FileWatch {
   bool changed() const;
 
  private:
+  struct Watched {
+    int descriptor;
+    std::filesystem::path folder;
+    std::string file;  // "": any document in it
+  };
+
   int descriptor_;
-  std::vector<std::pair<int, std::string>> watches_;  // a folder, and the file; "" for any
+  std::vector<Watched> watches_;
 };
 
 }  // namespace Agent

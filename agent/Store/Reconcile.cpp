@@ -1,5 +1,8 @@
 #include "agent/Store/Reconcile.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
@@ -68,6 +71,10 @@ void writeObject(Kiv::Object& object, const Node& node) {
   }
 }
 
+bool isPrefixEntries(const AttributeData& attribute) {
+  return attribute.name == "prefixEntry" || attribute.name == "ipv6PrefixEntry";
+}
+
 class Planner {
  public:
   Planner(Store& store, Plan& plan) : store_(store), plan_(plan) {}
@@ -119,9 +126,13 @@ class Planner {
       case AttributeKind::child:
         child(object, attribute, node);
         break;
-      default:
+      default: {
+        const std::size_t writes = plan_.writes.size();
+        const std::size_t erasures = plan_.erasures.size();
         entries(object, attribute, node);
+        if (isPrefixEntries(attribute)) takeOver(writes, erasures);
         break;
+      }
     }
   }
 
@@ -170,6 +181,33 @@ class Planner {
     });
   }
 
+  // The first field of an entry's text, which is its prefix.
+  static std::string_view prefixOf(std::string_view entry) {
+    return entry.substr(0, entry.find(','));
+  }
+
+  // Of the changes of a prefix list that begin at these, those that would leave a prefix twice.
+  void takeOver(std::size_t firstWrite, std::size_t firstErasure) {
+    std::unordered_set<std::string_view> written;
+    for (std::size_t i = firstWrite; i < plan_.writes.size(); ++i) {
+      written.insert(prefixOf(plan_.writes[i].node->text));
+    }
+    const auto isTakenOver = [&written](const Write& write) {
+      const auto was = write.attribute->read(*write.object, write.key);
+      return was && written.count(prefixOf(*was)) != 0;
+    };
+    for (std::size_t i = firstWrite; i < plan_.writes.size(); ++i) {
+      const Write& write = plan_.writes[i];
+      if (!isTakenOver(write)) continue;
+      plan_.takenOver.push_back({write.object, write.attribute, write.key, nullptr});
+    }
+    const auto begin = plan_.erasures.begin() + static_cast<std::ptrdiff_t>(firstErasure);
+    const auto stays = std::stable_partition(
+        begin, plan_.erasures.end(), [&](const Write& write) { return !isTakenOver(write); });
+    std::move(stays, plan_.erasures.end(), std::back_inserter(plan_.takenOver));
+    plan_.erasures.erase(stays, plan_.erasures.end());
+  }
+
   void erase(Kiv::Object& object, const AttributeData& attribute, std::string_view key) {
     plan_.erasures.push_back(
         {Pith::Ptr<Kiv::Object>(&object), &attribute, std::string(key), nullptr});
@@ -193,6 +231,7 @@ void apply(const Plan& plan, Store& store) {
   for (const Pith::String& name : plan.goneSources) {
     if (const auto config = store.source(name)) config->enabledIs(false);
   }
+  for (const Write& write : plan.takenOver) write.attribute->erase(*write.object, write.key);
   for (const Write& write : plan.writes) {
     if (write.node == nullptr) {
       write.attribute->write(*write.object, write.key, defaultTextOf(*write.attribute));

@@ -7,11 +7,13 @@
 // The order of the writes, by which nothing is without what it depends on for longer than the
 // change demands:
 //   1. sources that go or are switched off: `enabled` false;
-//   2. what is new or other: capabilities, interfaces, VRFs, field sets, applications, match lists,
+//   2. entries of prefix lists whose prefix another entry takes over go: a prefix that two entries
+//      permit would go with the first of them;
+//   3. what is new or other: capabilities, interfaces, VRFs, field sets, applications, match lists,
 //      prefix lists, then of each source class maps, policies, VRFs with their segments, the L2
 //      directory, and the source's switches;
-//   3. what goes, in the opposite order;
-//   4. sources that come or are switched on: `enabled` true.
+//   4. what goes, in the opposite order;
+//   5. sources that come or are switched on: `enabled` true.
 //
 // A plan points into the document and holds objects of the store; it is good until either changes.
 //
@@ -36,6 +38,7 @@ struct Write {
 
 struct Plan {
   std::vector<Pith::String> switchedOff;
+  std::vector<Write> takenOver;  // erased before the writes
   std::vector<Write> writes;
   std::vector<Write> erasures;  // to be done from the last to the first
   std::vector<std::pair<Pith::String, const Node*>> newSources;
@@ -45,8 +48,8 @@ struct Plan {
 
   bool empty() const noexcept { return size() == 0; }
   std::size_t size() const noexcept {
-    return switchedOff.size() + writes.size() + erasures.size() + newSources.size() +
-           goneSources.size() + switchedOn.size();
+    return switchedOff.size() + takenOver.size() + writes.size() + erasures.size() +
+           newSources.size() + goneSources.size() + switchedOn.size();
   }
 };
 

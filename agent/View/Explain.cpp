@@ -157,6 +157,10 @@ bool Explainer::rule(std::string_view policy, std::uint32_t seqnum) {
 
 bool Explainer::hardwareRule(std::string_view policy, std::uint32_t ruleId) {
   const auto compiled = store_.hwConfig->policy(Pith::String(policy));
+  if (compiled && compiled->serviceRule(ruleId) != nullptr) {
+    out_ << "rule " << ruleId << " is taken whole, under its sequence number\n";
+    return rule(policy, ruleId);
+  }
   if (!compiled || compiled->rule(ruleId) == nullptr) {
     out_ << "the hardware has no rule " << ruleId << " of a policy " << inQuotes(policy) << '\n';
     return false;
@@ -186,6 +190,24 @@ bool Explainer::claims(const Member& source, const Member& segment, std::string_
   return isFound;
 }
 
+void Explainer::longestAround(const Firewall::FwVrf& vrf, const Lanx::IpGenPrefix& prefix) const {
+  Lanx::IpGenPrefix longest;
+  std::string owner;
+  const auto consider = [&](const Lanx::IpGenPrefix& other, const Pith::String& segment) {
+    if (!other.contains(prefix) || (longest.isSet() && other.length() <= longest.length())) return;
+    longest = other;
+    owner = segment.view();
+  };
+  for (const auto& entry : vrf.prefixList()) consider(entry.key, entry.value);
+  for (const auto& segment : vrf.segment()) {
+    for (const auto& entry : segment->subnets()) {
+      consider(Lanx::IpGenPrefix(entry.key), segment->name());
+    }
+  }
+  if (!longest.isSet()) return;
+  out_ << "  the longest around it is " << longest.toString() << ", of " << inQuotes(owner) << '\n';
+}
+
 bool Explainer::prefix(std::string_view vrf, std::string_view text) {
   const Lanx::IpGenPrefix prefix = Lanx::IpGenPrefix::parse(text);
   const std::string key = prefix.toString();
@@ -210,6 +232,7 @@ bool Explainer::prefix(std::string_view vrf, std::string_view text) {
   }
   if (!isGlobal && !isClaimed) {
     out_ << "  no source names it in this VRF\n";
+    if (compiled) longestAround(*compiled, prefix);
     return false;
   }
   if (!store_.capabilities->globalPrefixListSupported()) {

@@ -39,6 +39,8 @@ class Explainer {
   void hardwareRules(std::string_view policy, std::uint32_t seqnum) const;
   void segmentOf(const Member& source, const Member& segment, const std::string& path,
                  const Firewall::FwSegment* compiled) const;
+  // Of the prefixes in the tables that hold this one.
+  void longestAround(const Firewall::FwVrf& vrf, const Lanx::IpGenPrefix& prefix) const;
   // Tells of the places of the list where the prefix is; whether there are any.
   bool claims(const Member& source, const Member& segment, std::string_view prefix) const;
 

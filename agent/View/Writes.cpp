@@ -1,6 +1,9 @@
 #include "agent/View/Writes.h"
 
+#include <algorithm>
+#include <iterator>
 #include <ostream>
+#include <set>
 
 #include "agent/Document/Count.h"
 #include "agent/View/Text.h"
@@ -35,48 +38,62 @@ void WriteRecord::onChange(const Kiv::TreeChange& change) {
   if (change.attribute.child == nullptr && change.attribute.value != nullptr) {
     value = valueText(*change.attribute.value, change.value);
   }
-  const auto [entry, isNew] = histories_.try_emplace(change.path);
-  History& history = entry->second;
-  if (isNew && change.kind != Kind::added) {
-    // The text before is known of what went; of a changed value it is what the pointer says.
-    history.before = value;
-    if (change.kind == Kind::changed && change.attribute.value != nullptr &&
-        change.change.previous != nullptr) {
-      history.before =
-          valueText(*change.attribute.value, change.attribute.value->text(change.change.previous));
-    }
-  }
-  if (change.kind == Kind::removed) {
-    history.wasAway = true;
-    history.now.reset();
-  } else {
-    history.now = value;
-  }
   writes_.push_back({change.kind, change.path, change.kind == Kind::removed ? "" : value,
                      hwConfig_->updateInProgress()});
 }
 
 std::vector<std::string> WriteRecord::putBack() const {
+  const FlatTree now = flatTree(*hwConfig_, {});
+  const auto endOf = [](const FlatTree& tree, const std::string& path) {
+    auto at = tree.find(path);
+    while (at != tree.end() && isAtOrBelow(at->first, path)) ++at;
+    return at;
+  };
+  std::set<std::string, PathOrder> removed;
+  for (const Write& write : writes_) {
+    if (write.kind == Kind::removed) removed.insert(write.path);
+  }
   std::vector<std::string> paths;
-  for (const auto& [path, history] : histories_) {
-    if (history.wasAway && history.before && history.now == history.before) paths.push_back(path);
+  // What was below an object that was taken away went with it, and may stand again without it being
+  // the same: then its parts are looked at.
+  const auto look = [&](auto& self, const std::string& path) -> void {
+    const auto was = before_.find(path);
+    const auto is = now.find(path);
+    if (was == before_.end() || is == now.end()) return;
+    if (std::equal(was, endOf(before_, path), is, endOf(now, path))) {
+      paths.push_back(path);
+      return;
+    }
+    std::string last = path;
+    for (auto at = std::next(was); at != before_.end() && isAtOrBelow(at->first, path); ++at) {
+      if (!at->second.isEntry || (last != path && isAtOrBelow(at->first, last))) continue;
+      last = at->first;
+      self(self, last);
+    }
+  };
+  std::string done;
+  for (const std::string& path : removed) {
+    if (!done.empty() && isAtOrBelow(path, done)) continue;
+    done = path;
+    look(look, path);
   }
   return paths;
 }
 
-void WriteRecord::printText(std::ostream& out, bool color) const {
-  struct Sum {
-    std::size_t added = 0;
-    std::size_t changed = 0;
-    std::size_t removed = 0;
-  };
+std::map<std::string, WriteRecord::Sum> WriteRecord::sums() const {
   std::map<std::string, Sum> sums;
-  std::size_t inProgress = 0;
   for (const Write& write : writes_) {
     Sum& sum = sums[objectOf(write.path)];
     ++(write.kind == Kind::added     ? sum.added
        : write.kind == Kind::changed ? sum.changed
                                      : sum.removed);
+  }
+  return sums;
+}
+
+void WriteRecord::printText(std::ostream& out, bool color) const {
+  std::size_t inProgress = 0;
+  for (const Write& write : writes_) {
     if (write.inProgress) ++inProgress;
     const char sign = write.kind == Kind::added ? '+' : write.kind == Kind::changed ? '~' : '-';
     if (color) out << (sign == '+' ? "\x1b[32m" : sign == '-' ? "\x1b[31m" : "\x1b[33m");
@@ -91,7 +108,7 @@ void WriteRecord::printText(std::ostream& out, bool color) const {
   out << '\n'
       << counted(writes_.size(), "write") << ", " << grouped(inProgress)
       << " while updateInProgress was true (marked *)\n";
-  for (const auto& [object, sum] : sums) {
+  for (const auto& [object, sum] : sums()) {
     out << "  " << object << ": +" << sum.added << " ~" << sum.changed << " -" << sum.removed
         << '\n';
   }
@@ -124,6 +141,18 @@ void WriteRecord::printJsonLines(std::ostream& out) const {
       }
       writer.key("updateInProgress");
       writer.boolean(write.inProgress);
+    });
+  }
+  for (const auto& [object, sum] : sums()) {
+    line([&object = object, &sum = sum](TreeWriter& writer) {
+      writer.key("sum");
+      writer.text(object);
+      writer.key("added");
+      writer.number(sum.added);
+      writer.key("changed");
+      writer.number(sum.changed);
+      writer.key("removed");
+      writer.number(sum.removed);
     });
   }
   for (const std::string& path : putBack()) {

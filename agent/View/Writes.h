@@ -4,17 +4,19 @@
 //   ...                                     // the store changes
 //   record.printText(out);                  // "~ policy/web/rule/41943041 = ..." and the sums
 //
-// An object or entry that was taken away and put back, and stands as it stood, is named: on the way
-// the hardware was without it.
+// An object or entry that was taken away and put back, and stands as it stood with all that is
+// below it, is named: on the way the hardware was without it.
+//
+// Cost: all of the tables as text, twice.
 #pragma once
 
 #include <cstdint>
 #include <iosfwd>
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "agent/View/FlatTree.h"
 #include "framework/Kiv/TreeWatcher.h"
 #include "model/Firewall/HwConfig.h"
 
@@ -30,27 +32,29 @@ class WriteRecord final : public Kiv::TreeWatcher {
   };
 
   explicit WriteRecord(const Firewall::HwConfig::Ptr& hwConfig)
-      : TreeWatcher(hwConfig), hwConfig_(hwConfig) {}
+      : TreeWatcher(hwConfig), hwConfig_(hwConfig), before_(flatTree(*hwConfig, {})) {}
 
   const std::vector<Write>& writes() const noexcept { return writes_; }
-  // Paths that were there before, went, and are there again with the same value.
+  // Paths that were there before, went, and are there again with the same in and below them; not
+  // those below another one.
   std::vector<std::string> putBack() const;
 
   void printText(std::ostream& out, bool color) const;
   void printJsonLines(std::ostream& out) const;
 
  private:
-  struct History {
-    std::optional<std::string> before;  // the value; of an object the empty text
-    std::optional<std::string> now;
-    bool wasAway = false;
+  struct Sum {
+    std::size_t added = 0;
+    std::size_t changed = 0;
+    std::size_t removed = 0;
   };
+  std::map<std::string, Sum> sums() const;  // by object
 
   void onChange(const Kiv::TreeChange& change) override;
 
   Firewall::HwConfig::Ptr hwConfig_;
+  FlatTree before_;
   std::vector<Write> writes_;
-  std::map<std::string, History> histories_;
 };
 
 }  // namespace Agent

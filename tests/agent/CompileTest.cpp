@@ -1,8 +1,14 @@
 // compile and diff, as whole processes.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <iterator>
+#include <regex>
+#include <sstream>
 #include <string>
+#include <vector>
 
+#include "agent/Process/Common.h"
 #include "tests/agent/Program.h"
 
 namespace {
@@ -104,12 +110,116 @@ TEST(Compile, ColoursOnlyWhenToldOrOnATerminal) {
             std::string::npos);
 }
 
+std::string withoutEscapes(const std::string& text) {
+  return std::regex_replace(text, std::regex("\x1b\\[[0-9;]*m"), "");
+}
+
+TEST(Compile, OnATerminalItIsColouredAndAsWide) {
+  const Result shown = TestAgent::runOnTerminal({"compile", example}, 200);
+  EXPECT_EQ(shown.status, 0);
+  EXPECT_NE(shown.out.find('\x1b'), std::string::npos);
+  EXPECT_EQ(withoutEscapes(shown.out), contentOf("tests/agent/campus-200.txt"));
+}
+
+TEST(Compile, NoColorAndTheOptionGoBeforeTheTerminal) {
+  const auto isColored = [](const std::string& option, const std::string& setting) {
+    return TestAgent::runOnTerminal({"compile", option, example}, 80, {setting}).out.find('\x1b') !=
+           std::string::npos;
+  };
+  EXPECT_FALSE(isColored("--color=auto", "NO_COLOR=1"));
+  EXPECT_TRUE(isColored("--color=auto", "NO_COLOR="));
+  EXPECT_FALSE(isColored("--color=never", "NO_COLOR="));
+  EXPECT_TRUE(isColored("--color=always", "NO_COLOR=1"));
+}
+
+TEST(Compile, OutputThatCannotBeWrittenIsAnError) {
+  const Result result =
+      TestAgent::runProgram("/bin/sh", {"-c", std::string("exec ") + FWAGENT_PROGRAM +
+                                                  " compile examples/campus "
+                                                  "> /dev/full"});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.err, "fwagent: standard output cannot be written\n");
+}
+
+TEST(Compile, ReadsStandardInput) {
+  const Result result = TestAgent::runProgram(
+      "/bin/sh",
+      {"-c", std::string("cat examples/campus/*.yaml | ") + FWAGENT_PROGRAM + " compile -"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out, contentOf("tests/agent/campus-80.txt"));
+}
+
+// A clock that the test sets.
+std::chrono::steady_clock::time_point testTime;
+std::chrono::steady_clock::time_point timeOfTest() { return testTime; }
+
+TEST(Progress, IsToldOnATerminalWhenTheWorkTakesMoreThanASecond) {
+  std::ostringstream terminal;
+  Agent::Timing timing(false, &terminal, &timeOfTest);
+  testTime += std::chrono::milliseconds(900);
+  timing.step("read");
+  EXPECT_EQ(terminal.str(), "");
+  testTime += std::chrono::milliseconds(300);
+  timing.step("check");
+  EXPECT_EQ(terminal.str(), "fwagent: check: 0.3 s\n");
+}
+
+TEST(Timing, NamesEachStepOnStandardError) {
+  const Result result = run({"compile", "--timing", example});
+  EXPECT_EQ(result.out, contentOf("tests/agent/campus-80.txt"));
+  for (const std::string step : {"read", "check", "publish", "compile", "show", "in all"}) {
+    EXPECT_TRUE(std::regex_search(result.err, std::regex(" ms  " + step + "\n"))) << result.err;
+  }
+}
+
+// "fwagent compile ..." of the help of a command, as words without "fwagent".
+std::vector<std::string> exampleOf(const std::vector<std::string>& command) {
+  std::vector<std::string> words = command;
+  words.emplace_back("--help");
+  const Result help = run(words);
+  EXPECT_EQ(help.status, 0);
+  const std::string before = "Example: fwagent ";
+  const std::size_t at = help.out.find(before);
+  EXPECT_NE(at, std::string::npos) << help.out;
+  if (at == std::string::npos) return {};
+  std::istringstream line(
+      help.out.substr(at + before.size(), help.out.find('\n', at) - at - before.size()));
+  return {std::istream_iterator<std::string>(line), {}};
+}
+
+TEST(Help, HasAnExampleThatWorksForEachCommand) {
+  for (const std::vector<std::string>& command :
+       std::vector<std::vector<std::string>>{{},
+                                             {"check"},
+                                             {"compile"},
+                                             {"diff"},
+                                             {"explain"},
+                                             {"explain", "rule"},
+                                             {"explain", "hw"},
+                                             {"explain", "prefix"},
+                                             {"explain", "segment"},
+                                             {"trace"},
+                                             {"generate"}}) {
+    const std::vector<std::string> words = exampleOf(command);
+    ASSERT_FALSE(words.empty());
+    EXPECT_TRUE(command.empty() || words.front() == command.front());
+    const Result result = run(words);
+    EXPECT_EQ(result.status, 0) << words.front() << result.err;
+    EXPECT_EQ(result.err, "");
+  }
+  for (const std::string command : {"run", "show", "verify", "resync", "trace-level"}) {
+    EXPECT_EQ(exampleOf({command}).front(), command);
+  }
+}
+
 TEST(Compile, WrongUsageIsTold) {
   EXPECT_EQ(run({"compile"}).status, 2);
   EXPECT_EQ(run({}).status, 2);
   EXPECT_EQ(run({"compile", "--format", "xml", example}).status, 2);
   EXPECT_EQ(run({"nothing"}).status, 2);
   EXPECT_EQ(run({"check", "--log", "Firewall", example}).status, 2);
+  EXPECT_EQ(run({"check", "--max-errors", "-1", example}).status, 2);
+  EXPECT_EQ(run({"check", "--max-errors", "many", example}).status, 2);
   const Result help = run({"compile", "--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_NE(help.out.find("Example: fwagent compile"), std::string::npos);
@@ -166,7 +276,33 @@ TEST(Diff, OfAJsonLineEach) {
   const std::string before = folder.file("a.yaml", withPorts("80"));
   const std::string after = folder.file("b.yaml", withPorts("80", ", more: {}"));
   EXPECT_EQ(run({"diff", "--format", "json", before, after}).out,
-            "{\"write\":\"added\",\"path\":\"policy/more\",\"updateInProgress\":false}\n");
+            "{\"write\":\"added\",\"path\":\"policy/more\",\"updateInProgress\":false}\n"
+            "{\"sum\":\"policy/more\",\"added\":1,\"changed\":0,\"removed\":0}\n");
+}
+
+TEST(Diff, NamesWhatIsTheSameAndWasTakenAway) {
+  const Folder folder;
+  // The source is another one, so that all goes and comes again; one port is new.
+  const std::string before = folder.file("a.yaml", withPorts("80"));
+  std::string other = withPorts("80, 443");
+  other.replace(other.find("cli"), 3, "net");
+  const std::string out = run({"diff", before, folder.file("b.yaml", other)}).out;
+  const std::size_t at = out.find("the same in both, but taken away and put back on the way: ");
+  ASSERT_NE(at, std::string::npos) << out;
+  const std::string named = out.substr(at);
+  EXPECT_NE(named.find("\n  policy/p/rule/41943041\n"), std::string::npos) << out;
+  EXPECT_EQ(named.find("\n  policy/p\n"), std::string::npos) << "it has another rule: " << out;
+  EXPECT_EQ(named.find("41943042"), std::string::npos) << "it was not there: " << out;
+}
+
+TEST(Diff, NamesAnObjectOnceThatWasTakenAwayWithAllBelowIt) {
+  const Folder folder;
+  const std::string before = folder.file("a.yaml", withPorts("80"));
+  std::string other = withPorts("80");
+  other.replace(other.find("cli"), 3, "net");
+  const std::string out = run({"diff", before, folder.file("b.yaml", other)}).out;
+  EXPECT_NE(out.find("\n  policy/p\n"), std::string::npos) << out;
+  EXPECT_EQ(out.find("\n  policy/p/rule/41943041\n"), std::string::npos) << out;
 }
 
 TEST(Diff, NeedsBothToBeRight) {

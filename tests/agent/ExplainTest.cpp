@@ -69,6 +69,47 @@ TEST(Explain, AHardwareRuleUpToItsConfiguration) {
       << result.out;
 }
 
+TEST(Explain, AHardwareRuleThatIsTakenWhole) {
+  const Folder folder;
+  const Result result = explain(
+      folder, webRule + "switch: {hwCapability: {serviceRuleSupported: true}}\n", "hw", "p", "10");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out.rfind("rule 10 is taken whole, under its sequence number\n"
+                             "source \"cli\": rule 10 of \"p\" at a.yaml:7:11: web is to forward\n",
+                             0),
+            0U)
+      << result.out;
+  EXPECT_NE(result.out.find("  the hardware has it whole: web, forward\n"), std::string::npos);
+}
+
+TEST(Explain, ARuleOfASourceThatIsNotEnabled) {
+  const Folder folder;
+  std::string content = webRule;
+  content.replace(content.find("true"), 4, "false");
+  const std::string out = explain(folder, content, "rule", "p", "10").out;
+  EXPECT_NE(out.find("  missing: the source is not enabled\n"), std::string::npos) << out;
+  EXPECT_NE(out.find("  the hardware has no such policy\n"), std::string::npos) << out;
+}
+
+TEST(Explain, APrefixInsideOfAnother) {
+  const Result result =
+      run({"explain", "-f", "examples/campus", "prefix", "default", "10.20.5.128/25"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out,
+            "10.20.5.128/25 in VRF \"default\": nobody owns it VRF-wide\n"
+            "  no source names it in this VRF\n"
+            "  the longest around it is 10.20.5.0/24, of \"administrators\"\n");
+}
+
+TEST(Explain, StrictTellsTheWarningsAndFails) {
+  const Folder folder;
+  const Result result =
+      run({"explain", "--strict", "-f", folder.file("a.yaml", webRule), "rule", "p", "10"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find("1 warning\n"), std::string::npos);
+  EXPECT_NE(result.out.find("the hardware has 2 rules"), std::string::npos);
+}
+
 TEST(Explain, WhatThereIsNot) {
   const Folder folder;
   EXPECT_EQ(explain(folder, webRule, "rule", "p", "30").status, 1);

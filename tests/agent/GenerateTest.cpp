@@ -1,6 +1,7 @@
 // What the program writes of itself: the schema for editors, the man page, the completions.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -9,10 +10,14 @@
 #include "agent/View/JsonSchema.h"
 #include "agent/View/TreeWriter.h"
 #include "tests/agent/Program.h"
+#include "tests/agent/RefusedDocuments.h"
 
 namespace {
 
+using TestAgent::BySchema;
 using TestAgent::Folder;
+using TestAgent::RefusedDocument;
+using TestAgent::refusedDocuments;
 using TestAgent::Result;
 using TestAgent::run;
 
@@ -53,6 +58,10 @@ std::vector<std::string> faultsOf(const std::vector<std::string>& paths) {
   std::vector<std::string> words{"tests/agent/validate.py",
                                  folder.file("schema.json", Agent::jsonSchema())};
   for (const std::string& path : paths) {
+    if (std::filesystem::path(path).extension() == ".json") {
+      words.push_back(path);
+      continue;
+    }
     Agent::Diagnostics diagnostics;
     const Agent::Document document = Agent::load({path}, diagnostics);
     EXPECT_EQ(diagnostics.errors(), 0U);
@@ -90,38 +99,36 @@ TEST(JsonSchema, TakesEachWayToWriteInterfacesAndEmptyParts) {
             ok);
 }
 
-TEST(JsonSchema, RefusesWhatTheCheckRefusesForItsForm) {
-  const std::vector<std::string> refused{
-      "ap: {}\n",
-      "app: [web]\n",
-      "app: {web: {proto: tcp}}\n",
-      "app: {web: {af: ipv5}}\n",
-      "app: {web: {proto: [tcp, tcp]}}\n",
-      "app: {web: {prot: [tcp]}}\n",
-      "switch: {hwCapability: {x: true}}\n",
-      "switch: {intfStatus: [Ethernet 1]}\n",
-      "source: {cli: {enabled: yes}}\n",
-      "source: {cli: {forwardType: routed}, other: {forwardType: both}}\n",
-      "source: {cli: {policy: {p: {rule: {10: {action: drop}}}}}}\n",
-      "source: {cli: {policy: {p: {rule: {10: {service: a, action: forwrad}}}}}}\n",
-      "source: {cli: {policy: {p: {rule: {ten: {service: a, action: drop}}}}}}\n",
-      "source: {cli: {policy: {p: {rule: {10: web}}}}}\n",
-      "source: {cli: {vrf: {red: {segment: {a: {prefixIpv4Ml: offices}}}}}}\n",
-      "source: {cli: {vrf: {red: {segment: {a: {interfaces: Ethernet1}}}}}}\n",
-      "source: {cli: {classMap: {}}}\n",
-      "fieldSetL4Port: {s: {ports: [http]}}\n",
-      "fieldSetL4Port: {s: {subConfig: {}}}\n",
-      "matchIpv4PrefixList: {l: {subnets: [10.0.0.1]}}\n",
-      "matchIpv6PrefixList: {l: {subnets: [10.0.0.0/8]}}\n",
-      "prefixList: {l: {prefixEntry: {10: {prefix: 10.0.0.0/8}}}}\n"};
+// The form of a document is the schema's matter; order and other places are the check's alone.
+TEST(JsonSchema, AgreesAboutEveryRefusedDocumentOnItsForm) {
   const Folder folder;
   std::vector<std::string> files;
-  for (const std::string& content : refused) {
-    files.push_back(folder.file(std::to_string(files.size()) + ".yaml", content));
-    EXPECT_EQ(run({"check", files.back()}).status, 2) << content;
+  std::vector<const RefusedDocument*> documents;
+  for (const RefusedDocument& document : refusedDocuments()) {
+    if (document.bySchema == BySchema::notADocument) continue;
+    documents.push_back(&document);
+    files.push_back(folder.file(document.name + "/" + document.file, document.content));
   }
   const std::vector<std::string> faults = faultsOf(files);
-  for (std::size_t i = 0; i < faults.size(); ++i) EXPECT_NE(faults[i], "ok") << refused[i];
+  ASSERT_EQ(faults.size(), documents.size());
+  for (std::size_t i = 0; i < faults.size(); ++i) {
+    EXPECT_EQ(faults[i] == "ok", documents[i]->bySchema == BySchema::taken)
+        << documents[i]->content << faults[i];
+  }
+}
+
+// The page that describes the configuration shows one.
+TEST(JsonSchema, TakesTheConfigurationOfTheDocumentation) {
+  std::istringstream page(TestAgent::contentOf("docs/agent.md"));
+  std::string example;
+  for (std::string line; std::getline(page, line);) {
+    if (line.rfind("    ", 0) == 0) example += line.substr(4) + "\n";
+  }
+  const Folder folder;
+  const std::string file = folder.file("a.yaml", example);
+  EXPECT_EQ(faultsOf({file}), ok);
+  const Result checked = run({"check", "--strict", file});
+  EXPECT_EQ(checked.status, 0) << checked.err << example;
 }
 
 TEST(Generate, TheManPageNamesEveryCommandAndIsRight) {
@@ -138,6 +145,11 @@ TEST(Generate, TheManPageNamesEveryCommandAndIsRight) {
   }
   EXPECT_NE(text.find("\\-\\-flight\\-recorder"), std::string::npos);
   EXPECT_NE(text.find("EXIT STATUS"), std::string::npos);
+  const Result set = TestAgent::runProgram("/usr/bin/groff", {"-man", "-ww", "-Tutf8", page});
+  EXPECT_EQ(set.status, 0);
+  EXPECT_EQ(set.err, "");
+  EXPECT_NE(set.out.find("\n       Example: fwagent check examples/campus\n"), std::string::npos)
+      << set.out;
 }
 
 TEST(Generate, TheCompletionOfBashKnowsCommandsAndOptions) {
@@ -156,13 +168,48 @@ TEST(Generate, TheCompletionOfBashKnowsCommandsAndOptions) {
   EXPECT_EQ(completed("fwagent compile --time --flig", 3), "--flight-recorder\n");
 }
 
-TEST(Generate, TheOtherCompletionsKnowTheSame) {
-  for (const std::string shell : {"zsh", "fish"}) {
-    const std::string text = run({"generate", shell}).out;
-    for (const std::string word : {"compile", "explain", "exit-code", "flight-recorder"}) {
-      EXPECT_NE(text.find(word), std::string::npos) << shell << " " << word;
-    }
-  }
+// What fish itself would offer for the line.
+std::string offeredByFish(const std::string& script, const std::string& line) {
+  const Result result = TestAgent::runProgram(
+      "/usr/bin/fish", {"--no-config", "-c", "source " + script + "; complete -C '" + line + "'"},
+      {"HOME=" + std::filesystem::path(script).parent_path().string()});
+  EXPECT_EQ(result.err, "");
+  return result.out;
+}
+
+TEST(Generate, TheCompletionOfFishKnowsCommandsAndOptions) {
+  const Folder folder;
+  const std::string script = folder.path() + "/fwagent.fish";
+  EXPECT_EQ(run({"generate", "fish", "-o", script}).status, 0);
+  EXPECT_NE(offeredByFish(script, "fwagent comp").find("compile"), std::string::npos);
+  EXPECT_NE(offeredByFish(script, "fwagent explain seg").find("segment"), std::string::npos);
+  EXPECT_EQ(offeredByFish(script, "fwagent compile seg").find("segment"), std::string::npos);
+  EXPECT_NE(offeredByFish(script, "fwagent diff --exi").find("--exit-code"), std::string::npos);
+  EXPECT_NE(offeredByFish(script, "fwagent run --flig").find("--flight-recorder"),
+            std::string::npos);
+}
+
+// What the completion adds in zsh for the words, of which the last is not finished.
+std::string addedInZsh(const std::string& script, const std::string& words, int current) {
+  const Result result = TestAgent::runProgram(
+      "/usr/bin/zsh", {"-f", "-c",
+                       "compadd() { print -l -- ${(P)2} }; _files() { print FILES }; words=(" +
+                           words + "); CURRENT=" + std::to_string(current) + "; source " + script});
+  EXPECT_EQ(result.err, "");
+  return "\n" + result.out;
+}
+
+TEST(Generate, TheCompletionOfZshKnowsCommandsAndOptions) {
+  const Folder folder;
+  const std::string script = folder.path() + "/_fwagent";
+  EXPECT_EQ(run({"generate", "zsh", "-o", script}).status, 0);
+  EXPECT_NE(addedInZsh(script, "fwagent ''", 2).find("\ncompile\n"), std::string::npos);
+  const std::string ofExplain = addedInZsh(script, "fwagent -q explain ''", 4);
+  EXPECT_NE(ofExplain.find("\nsegment\n"), std::string::npos) << ofExplain;
+  EXPECT_EQ(ofExplain.find("\ncompile\n"), std::string::npos) << ofExplain;
+  EXPECT_NE(addedInZsh(script, "fwagent diff ''", 3).find("\n--exit-code\n"), std::string::npos);
+  EXPECT_NE(addedInZsh(script, "fwagent run ''", 3).find("\n--flight-recorder\n"),
+            std::string::npos);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pty.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -14,6 +15,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace TestAgent {
@@ -117,6 +119,30 @@ Result runProgram(const std::string& program, const std::vector<std::string>& ar
       }
     }
   }
+  result.status = statusOf(id);
+  return result;
+}
+
+Result runOnTerminal(const std::vector<std::string>& arguments, unsigned short columns,
+                     const std::vector<std::string>& environment) {
+  int ours = -1;
+  int its = -1;
+  const winsize size{24, columns, 0, 0};
+  if (openpty(&ours, &its, nullptr, nullptr, &size) != 0) throw std::runtime_error("openpty");
+  fcntl(ours, F_SETFD, FD_CLOEXEC);
+  fcntl(its, F_SETFD, FD_CLOEXEC);
+  std::vector<std::string> settings = environment;
+  settings.emplace_back("COLUMNS=");
+  const int id = start(FWAGENT_PROGRAM, arguments, settings, its, its);
+  close(its);
+  Result result{};
+  std::array<char, 4096> bytes{};
+  for (ssize_t got = 0; (got = read(ours, bytes.data(), bytes.size())) > 0;) {
+    for (const char character : std::string_view(bytes.data(), static_cast<std::size_t>(got))) {
+      if (character != '\r') result.out.push_back(character);
+    }
+  }
+  close(ours);
   result.status = statusOf(id);
   return result;
 }

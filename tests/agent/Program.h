@@ -39,6 +39,10 @@ class Folder {
 // Runs it to its end. Its terminal is 80 columns wide unless the environment says otherwise.
 Result run(const std::vector<std::string>& arguments,
            const std::vector<std::string>& environment = {});
+// The same on a terminal of that width, which COLUMNS does not hide; `out` has what both streams
+// show there.
+Result runOnTerminal(const std::vector<std::string>& arguments, unsigned short columns,
+                     const std::vector<std::string>& environment = {});
 Result runProgram(const std::string& program, const std::vector<std::string>& arguments,
                   const std::vector<std::string>& environment = {});
 

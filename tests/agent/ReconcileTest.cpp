@@ -11,6 +11,7 @@
 #include "agent/Document/Load.h"
 #include "agent/Schema/Check.h"
 #include "agent/Schema/Warnings.h"
+#include "agent/Server/Explanations.h"
 #include "agent/Server/Verify.h"
 #include "agent/Store/Reconcile.h"
 #include "agent/View/CompiledTree.h"
@@ -219,7 +220,16 @@ TEST(Verify, TellsIdentifiersThatWereReusedFromOtherRules) {
   const auto differences = Agent::verify(store);
   ASSERT_EQ(differences.size(), 2U);
   for (const auto& difference : differences) {
-    EXPECT_EQ(difference.explanation, "rule identifiers are reused as soon as they are free");
+    EXPECT_EQ(difference.explanation,
+              "Rule identifiers are reused as soon as they are free, also while one rule is "
+              "recompiled. Do not keep them.");
+  }
+}
+
+TEST(Verify, ExplainsByTheLinesOfTheDocumentation) {
+  const std::string page = TestAgent::contentOf("docs/behaviour.md");
+  for (const std::string_view line : Agent::Explanations::lines()) {
+    EXPECT_NE(page.find("\n- " + std::string(line) + "\n"), std::string::npos) << line;
   }
 }
 

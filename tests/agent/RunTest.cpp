@@ -1,10 +1,25 @@
 // The running agent, with real files changed under it, signals and questions.
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 #include <csignal>
+#include <filesystem>
 #include <string>
 
+#include "agent/Server/Watch.h"
 #include "tests/agent/Program.h"
+
+#ifdef __SANITIZE_ADDRESS__
+#define HAS_ADDRESS_SANITIZER
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define HAS_ADDRESS_SANITIZER
+#endif
+#endif
 
 namespace {
 
@@ -79,6 +94,104 @@ TEST_F(RunTest, CommitsAChangeInAWatchedFolder) {
   agent.waitFor("ready");
   folder_.file("conf/b.yaml", "app: {more: {}}\n");
   EXPECT_NE(agent.waitFor("committed").find("committed: 1 change, "), std::string::npos);
+}
+
+TEST(FileWatch, LooksAtNothingButDocumentsInAFolder) {
+  const Folder folder;
+  const std::string conf = folder.path();
+  folder.file("a.yaml", "");
+  std::string why;
+  const Agent::FileWatch watch({conf}, why);
+  EXPECT_EQ(why, "");
+  EXPECT_FALSE(watch.changed());
+  folder.file("note.txt", "");
+  std::filesystem::create_symlink("a.yaml", conf + "/.a.yaml.swp");
+  EXPECT_FALSE(watch.changed());
+  for (const char* name : {"a.yaml", "b.yml", "c.json"}) {
+    folder.file(name, "{}");
+    EXPECT_TRUE(watch.changed()) << name;
+  }
+  std::filesystem::remove(conf + "/c.json");
+  EXPECT_TRUE(watch.changed());
+  EXPECT_FALSE(watch.changed());
+}
+
+TEST(FileWatch, LooksAtTheOneFileThatWasNamed) {
+  const Folder folder;
+  std::string why;
+  const Agent::FileWatch watch({folder.file("a", "")}, why);
+  folder.file("b.yaml", "");
+  EXPECT_FALSE(watch.changed());
+  folder.file("a", "");
+  EXPECT_TRUE(watch.changed());
+}
+
+TEST(FileWatch, TellsWhatCannotBeWatched) {
+  std::string why;
+  const Agent::FileWatch watch({"/nowhere/a.yaml"}, why);
+  EXPECT_EQ(why, "/nowhere: cannot be watched: No such file or directory");
+}
+
+TEST_F(RunTest, FollowsALinkThatIsMadeAndGoes) {
+  folder_.file("conf/a.yaml", oneRule("80"));
+  const std::string other = folder_.file("other.yaml", "app: {more: {}}\n");
+  const std::string link = folder_.path() + "/conf/b.yaml";
+  Running agent(words(folder_.path() + "/conf", {"--watch"}));
+  agent.waitFor("ready");
+  std::filesystem::create_symlink(other, link);
+  EXPECT_NE(agent.waitFor("committed").find("committed: 1 change, "), std::string::npos);
+  std::filesystem::remove(link);
+  EXPECT_NE(agent.waitFor("committed").find("committed: 1 change, "), std::string::npos);
+}
+
+TEST_F(RunTest, KeepsWhatRunsWhenTheFileGoes) {
+  const std::string file = folder_.file("a.yaml", oneRule("80"));
+  Running agent(words(file, {"--watch"}));
+  agent.waitFor("ready");
+  const std::string before = ask({"show", "hwConfig"}).out;
+  std::filesystem::remove(file);
+  agent.waitFor("cannot be read: No such file or directory");
+  agent.waitFor("refused; the running configuration stays");
+  EXPECT_EQ(ask({"show", "hwConfig"}).out, before);
+}
+
+#ifndef HAS_ADDRESS_SANITIZER  // which wants all of the address space
+TEST_F(RunTest, RefusesACandidateForWhichThereIsNoMemory) {
+  const std::string file = folder_.file("a.json", "{}");
+  Running agent(words(file));
+  agent.waitFor("ready");
+  const rlimit limit{std::size_t{256} << 20U, std::size_t{256} << 20U};
+  ASSERT_EQ(prlimit(agent.id(), RLIMIT_AS, &limit, nullptr), 0);
+  std::string text = "[";
+  while (text.size() < 7'000'000) text += "0,";
+  folder_.file("a.json", text + "0]");
+  agent.signal(SIGHUP);
+  agent.waitFor("the candidate cannot be read: std::bad_alloc");
+  agent.waitFor("refused; the running configuration stays");
+  folder_.file("a.json", "{\"app\": {\"web\": {}}}");
+  agent.signal(SIGHUP);
+  EXPECT_NE(agent.waitFor("committed").find("committed: 1 change, "), std::string::npos);
+}
+#endif
+
+TEST_F(RunTest, AnswersOthersWhenSomebodyAsksNothing) {
+  Running agent(words(folder_.file("a.yaml", oneRule("80"))));
+  agent.waitFor("ready");
+  const int silent = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  socket().copy(address.sun_path, sizeof(address.sun_path) - 1);
+  ASSERT_EQ(connect(silent, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+  EXPECT_EQ(ask({"show", "source/cli/enabled"}).out, "true\n");
+  close(silent);
+}
+
+TEST_F(RunTest, NobodyElseMayConnect) {
+  Running agent(words(folder_.file("a.yaml", oneRule("80"))));
+  agent.waitFor("ready");
+  using std::filesystem::perms;
+  EXPECT_EQ(std::filesystem::status(socket()).permissions(),
+            perms::owner_read | perms::owner_write);
 }
 
 TEST_F(RunTest, CommitsAtSighup) {
@@ -179,7 +292,8 @@ TEST_F(RunTest, VerifyExplainsWhatTheWayDecidedAndResyncUndoesIt) {
   EXPECT_EQ(differs.status, 1);
   EXPECT_EQ(differs.out,
             "vrf/default/prefixList/10.0.0.0%2F8: is b, would be a\n"
-            "    explained: of several segments with a prefix the first that claimed it owns it\n"
+            "    explained: Of several segments whose lists hold a prefix, the one that held it "
+            "first owns it VRF-wide. Give such a prefix to its segment as a global prefix.\n"
             "1 difference\n");
   EXPECT_NE(ask({"resync"}).out.find(" writes\n"), std::string::npos);
   EXPECT_EQ(ask({"verify"}).status, 0);
@@ -197,8 +311,8 @@ TEST_F(RunTest, VerifyExplainsWhatADisabledSourceLeaves) {
   agent.waitFor("committed");
   EXPECT_EQ(ask({"verify"}).out,
             "policy/p: is there, would be not there\n"
-            "    explained: a source that is disabled beside an enabled one leaves its policies "
-            "and segments\n"
+            "    explained: A disabled source leaves its policies and rules in the hardware while "
+            "any other is enabled. Remove them before disabling it.\n"
             "1 difference\n");
   ask({"resync"});
   EXPECT_EQ(ask({"verify"}).status, 0);

@@ -74,6 +74,8 @@ TEST(PacketTrace, RefusesWhatIsNoPacket) {
   EXPECT_EQ(run(traceWords({"10.0.0", "10.100.0.5", "icmp"})).status, 2);
   EXPECT_EQ(run(traceWords({"10.0.0.1", "10.100.0.5", "x"})).status, 2);
   EXPECT_EQ(run(traceWords({"10.0.0.1", "10.100.0.5", "tcp"})).status, 2);
+  EXPECT_EQ(run(traceWords({"10.0.0.1", "2001:db8::1", "icmp"})).err,
+            "fwagent: 10.0.0.1 and 2001:db8::1 are addresses of two families\n");
   EXPECT_EQ(run(traceWords({"10.0.0.1", "10.100.0.5", "tcp", "1", "65536"})).status, 2);
   EXPECT_EQ(run(traceWords({"--in", "E1:4095", "10.0.0.1", "10.100.0.5", "icmp"})).status, 2);
 }

@@ -30,4 +30,24 @@ libraries=$(pkg-config --variable=libdir KivFramework)
 LD_LIBRARY_PATH=$libraries "$scratch/consumer"
 
 echo "--- the agent"
-"$prefix/bin/fwagent" check --strict "$here/../../examples/campus"
+tree=$here/../..
+fwagent=$prefix/bin/fwagent
+share=$prefix/share
+"$fwagent" check --strict "$tree/examples/campus"
+"$fwagent" compile "$tree/examples/campus" | cmp - "$tree/tests/agent/campus-80.txt"
+
+echo "--- what the agent writes of itself"
+for kind in man:man/man1/fwagent.1 schema:fwagent/fwagent.schema.json \
+  bash:bash-completion/completions/fwagent zsh:zsh/site-functions/_fwagent \
+  fish:fish/vendor_completions.d/fwagent.fish; do
+  "$fwagent" generate "${kind%%:*}" | cmp - "$share/${kind#*:}"
+done
+complaints=$(groff -man -ww -z "$share/man/man1/fwagent.1" 2>&1)
+[ -z "$complaints" ] || { echo "$complaints"; exit 1; }
+"$tree/tools/configurations.py" -o "$scratch/services.json" services
+[ "$("$tree/tests/agent/validate.py" "$share/fwagent/fwagent.schema.json" \
+  "$scratch/services.json")" = ok ]
+[ "$(bash -c '. "$1"; COMP_WORDS=(fwagent verif); COMP_CWORD=1; _fwagent; echo "${COMPREPLY[0]}"' \
+  bash "$share/bash-completion/completions/fwagent")" = verify ]
+zsh -n "$share/zsh/site-functions/_fwagent"
+fish --no-execute "$share/fish/vendor_completions.d/fwagent.fish"

@@ -1,0 +1,327 @@
+#include "agent/Server/Explanations.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+#include <utility>
+
+#include "Firewall/RuleId.h"
+#include "framework/Kiv/Path.h"
+
+namespace Agent {
+namespace {
+
+constexpr std::string_view lastValues =
+    "These two keep their last values while `active` is false: do not read them then.";
+constexpr std::string_view switchesOfAll =
+    "`defaultPolicyDrop` and `forwardType` are made of all sources, disabled ones too, but looked "
+    "at only when an enabled source starts or changes its own: after a change or removal of a "
+    "disabled source, disable and enable an enabled one.";
+constexpr std::string_view disabledLeavesSegments =
+    "A source that is disabled beside an enabled one leaves its segments in VRFs that they share "
+    "in the tables: delete them from it first, or disable all.";
+constexpr std::string_view disabledLeavesPolicies =
+    "A disabled source leaves its policies and rules in the hardware while any other is enabled. "
+    "Remove them before disabling it.";
+constexpr std::string_view oneL2Directory =
+    "The tables have one L2 directory: a source that starts makes it anew, and any source with one "
+    "that stops takes it away. Configure L2 segments in one source alone.";
+constexpr std::string_view vrfLeft =
+    "A VRF that leaves the IP status while several enabled sources configure it stays in the "
+    "tables, since each leaves it to the others: delete it from all sources but one first.";
+constexpr std::string_view identifiersReused =
+    "Rule identifiers are reused as soon as they are free, also while one rule is recompiled. Do "
+    "not keep them.";
+constexpr std::string_view lastCompiled =
+    "Policies of one name in several sources are one policy. Where sequence numbers meet, the rule "
+    "that was compiled last holds, and the other takes over when that has no service or goes. Give "
+    "sources numbers of their own.";
+constexpr std::string_view overlap =
+    "Two ranges of one port set that start at the same port take each other's place, and the later "
+    "one wins, as do the blocks that ranges are split into. Do not let ranges overlap.";
+constexpr std::string_view narrowerKept =
+    "A range of ports that becomes wider leaves the narrower ones, or blocks, that it had been, "
+    "beside it; they match nothing more. Disable and enable the sources to be rid of them.";
+constexpr std::string_view firstClaim =
+    "Of several segments whose lists hold a prefix, the one that held it first owns it VRF-wide. "
+    "Give such a prefix to its segment as a global prefix.";
+constexpr std::string_view globalOfTwo =
+    "A global prefix in two sources goes to the segment that was named last, after a restart to "
+    "that of the first source by name. Give it in one source.";
+constexpr std::string_view globalOfDisabled =
+    "The global prefixes of a disabled source still keep match lists off the VRF-wide list. Remove "
+    "them before disabling it.";
+constexpr std::string_view globalOfNone =
+    "A global prefix of a segment that is not configured leaves the prefix to a list that held it "
+    "before, and keeps lists that come later off the VRF-wide list. Configure the segment.";
+constexpr std::string_view listsOfTwo =
+    "Of two sources that choose lists for one segment the last wins, and its subnets replace the "
+    "other's. Choose in one source.";
+constexpr std::string_view twoPermits =
+    "A prefix that two entries of a prefix list permit goes with the first entry that is removed. "
+    "Permit it once.";
+constexpr std::string_view interfaceLater =
+    "An interface that appears after its class map is not bound by that. Remove it from the class "
+    "map and add it again, or route it.";
+constexpr std::string_view interfaceGone =
+    "An interface that goes stays bound where its class map had bound it, until it is removed from "
+    "that or routed no more. Remove it from the class map first.";
+constexpr std::string_view classMapsOfTwo =
+    "Of two sources with a class map of one name, the one that removes an interface or the class "
+    "map unbinds it for both. Define it in one source.";
+constexpr std::string_view stillSubscriber =
+    "A segment that lost its interfaces still counts as a subscriber, also when it is reported on "
+    "the service side, and services keep their links from it. Remove the segment and add it again.";
+constexpr std::string_view policyLater =
+    "A policy that appears after \"forwarding-segments\" named it does not link the subscribers. "
+    "Remove the entry and add it again.";
+constexpr std::string_view linksLeft =
+    "Removing the policy of \"forwarding-segments\" leaves the links. Remove the entries that name "
+    "it first.";
+constexpr std::string_view linksReplaced =
+    "Setting or removing \"forwarding-segments\" unlinks the segment's other from-segments. Name "
+    "either the one or the others.";
+
+constexpr std::array allLines{
+    lastValues,
+    switchesOfAll,
+    disabledLeavesSegments,
+    disabledLeavesPolicies,
+    oneL2Directory,
+    vrfLeft,
+    identifiersReused,
+    lastCompiled,
+    overlap,
+    narrowerKept,
+    firstClaim,
+    globalOfTwo,
+    globalOfNone,
+    globalOfDisabled,
+    listsOfTwo,
+    twoPermits,
+    interfaceLater,
+    interfaceGone,
+    classMapsOfTwo,
+    stillSubscriber,
+    policyLater,
+    linksLeft,
+    linksReplaced,
+};
+
+constexpr std::string_view forwardingSegments = "forwarding-segments";
+
+std::vector<std::string> stepsOf(const std::string& path) {
+  std::vector<std::string> steps;
+  for (Kiv::Path rest(path); !rest.atEnd();) steps.push_back(Kiv::pathKeyFromText(rest.step()));
+  return steps;
+}
+
+// What the rules of a sequence number say, whatever their identifiers.
+std::multiset<std::string> rulesOf(const FlatTree& tree, const std::string& rules,
+                                   std::uint32_t seqnum) {
+  std::multiset<std::string> result;
+  for (auto at = tree.lower_bound(rules + "/"); at != tree.end() && isAtOrBelow(at->first, rules);
+       ++at) {
+    const auto id = static_cast<std::uint32_t>(std::stoul(at->first.substr(rules.size() + 1)));
+    if (Firewall::ruleSeqnum(id) == seqnum) result.insert(at->second.text);
+  }
+  return result;
+}
+
+bool isPrefixList(const Firewall::ListSource& source) {
+  return source.alternative() == Firewall::ListSource::Alternative::prefixList;
+}
+
+bool rangesMeet(const Classification::FieldSetConfig& sets, const Pith::String& name) {
+  const auto set = sets.fieldSetL4Port(name);
+  const auto ports = set ? set->subConfig() : nullptr;
+  if (!ports) return false;
+  for (const Classification::PortRange& one : ports->ports()) {
+    for (const Classification::PortRange& other : ports->ports()) {
+      if (one != other && one.start <= other.end && other.start <= one.end) return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+std::span<const std::string_view> Explanations::lines() { return allLines; }
+
+Explanations::Explanations(const Store& running, const FlatTree& now, const FlatTree& fresh)
+    : running_(running), now_(now), fresh_(fresh) {
+  for (auto entry = running.sources->entityPtrIteratorConst(); entry; ++entry) {
+    sources_.push_back(running.source(entry.key()));
+  }
+}
+
+template <class Predicate>
+std::size_t Explanations::sourcesWith(const Predicate& predicate) const {
+  return static_cast<std::size_t>(std::count_if(
+      sources_.begin(), sources_.end(), [&](const auto& source) { return predicate(*source); }));
+}
+
+std::string_view Explanations::of(const std::string& path) const {
+  const Steps steps = stepsOf(path);
+  const std::string& first = steps.front();
+  if (first == "defaultPolicyDrop" || first == "forwardType") {
+    if (!running_.hwConfig->active()) return lastValues;
+    const auto isDisabled = [](const Firewall::Config& source) { return !source.enabled(); };
+    return sourcesWith(isDisabled) != 0 ? switchesOfAll : std::string_view();
+  }
+  if (first == "policy") return ofPolicy(path, steps);
+  if (first == "services") return ofService(path, steps);
+  if (first == "vrf") return ofVrf(path, steps);
+  if (first == "l2Seg") return ofSegment(path, steps, true);
+  return {};
+}
+
+std::string_view Explanations::ofPolicy(const std::string& path, const Steps& steps) const {
+  const Pith::String name(steps[1]);
+  const auto has = [&name](const Firewall::Config& source) {
+    return source.policy(name) != nullptr;
+  };
+  if (sourcesWith([&](const auto& source) { return !source.enabled() && has(source); }) != 0) {
+    return disabledLeavesPolicies;
+  }
+  if (steps.size() < 4 || steps[2] != "rule") return {};
+  const auto seqnum = Firewall::ruleSeqnum(static_cast<std::uint32_t>(std::stoul(steps[3])));
+  const std::string rules = path.substr(0, path.rfind('/'));
+  if (rulesOf(now_, rules, seqnum) == rulesOf(fresh_, rules, seqnum)) return identifiersReused;
+  const auto hasRule = [&](const Firewall::Config& source) {
+    return has(source) && source.policy(name)->ruleHas(seqnum);
+  };
+  if (sourcesWith(hasRule) > 1) return lastCompiled;
+  // A rule is as its service is.
+  for (const auto& source : sources_) {
+    if (!hasRule(*source)) continue;
+    std::string service = "services/";
+    Kiv::appendPathKey(service, source->policy(name)->rule(seqnum)->service.view());
+    for (const auto& [portPath, ports] : now_) {
+      if (!isAtOrBelow(portPath, service)) continue;
+      const auto other = fresh_.find(portPath);
+      if (other == fresh_.end() || !(other->second == ports)) return of(portPath);
+    }
+  }
+  return {};
+}
+
+bool Explanations::portsOverlap(const Pith::String& service) const {
+  const auto app = running_.applications->app(service);
+  return app && (rangesMeet(*running_.fieldSets, app->dstPortFieldSet()) ||
+                 rangesMeet(*running_.fieldSets, app->srcPortFieldSet()));
+}
+
+std::string_view Explanations::ofService(const std::string& path, const Steps& steps) const {
+  const Pith::String name(steps[1]);
+  if (portsOverlap(name)) return overlap;
+  if (steps.size() < 4) return {};
+  const auto app = running_.applications->app(name);
+  if (!app || (steps[2] != "dstPort" && steps[2] != "srcPort")) return {};
+  const auto set = running_.fieldSets->fieldSetL4Port(
+      steps[2] == "dstPort" ? app->dstPortFieldSet() : app->srcPortFieldSet());
+  const auto ports = set ? set->subConfig() : nullptr;
+  if (!ports || fresh_.count(path) != 0) return {};
+  const auto kept = Classification::PortRange::parse(now_.at(path).text);
+  for (const Classification::PortRange& range : ports->ports()) {
+    if (range.start <= kept.start && kept.end <= range.end) return narrowerKept;
+  }
+  return {};
+}
+
+std::string_view Explanations::ofVrf(const std::string& path, const Steps& steps) const {
+  if (steps.size() > 2 && steps[2] == "prefixList") return ofOwner(path, steps);
+  if (steps.size() > 3) return ofSegment(path, steps, false);
+  const L3::VrfName vrf(steps[1]);
+  const auto has = [&vrf](const Firewall::Config& source) { return source.vrf(vrf) != nullptr; };
+  if (steps.size() == 2 && fresh_.count(path) == 0 && sourcesWith(has) > 1) return vrfLeft;
+  const auto isLeft = [&](const auto& source) { return !source.enabled() && has(source); };
+  return sourcesWith(isLeft) != 0 ? disabledLeavesSegments : std::string_view();
+}
+
+// Who owns a VRF-wide prefix.
+std::string_view Explanations::ofOwner(const std::string& path, const Steps& steps) const {
+  const L3::VrfName vrf(steps[1]);
+  const Lanx::IpGenPrefix prefix = Lanx::IpGenPrefix::parse(steps.back());
+  const auto names = [&](const Firewall::Config& source) {
+    const auto there = source.vrf(vrf);
+    return there && there->prefixHas(prefix);
+  };
+  if (sourcesWith([&](const auto& source) { return !source.enabled() && names(source); }) != 0) {
+    return globalOfDisabled;
+  }
+  if (sourcesWith(names) > 1) return globalOfTwo;
+  const auto namesNone = [&](const Firewall::Config& source) {
+    return names(source) && !source.vrf(vrf)->segment(*source.vrf(vrf)->prefix(prefix));
+  };
+  if (sourcesWith(namesNone) != 0) return globalOfNone;
+  // Both know an owner, and both owners hold it.
+  if (now_.count(path) == 0 || fresh_.count(path) == 0) return {};
+  const auto compiled = running_.hwConfig->vrf(vrf);
+  std::size_t holders = 0;
+  for (const auto& segment : compiled->segment()) {
+    for (const auto& entry : segment->subnets()) holders += Lanx::IpGenPrefix(entry.key) == prefix;
+  }
+  return holders > 1 ? firstClaim : std::string_view();
+}
+
+std::string_view Explanations::ofSegment(const std::string& path, const Steps& steps,
+                                         bool isL2) const {
+  const auto directoryOf = [&](const Firewall::Config& source) {
+    return isL2 ? Pith::Ptr<const Firewall::SegmentDir>(source.l2SegmentDir())
+                : Pith::Ptr<const Firewall::SegmentDir>(source.vrf(L3::VrfName(steps[1])));
+  };
+  const auto hasDirectory = [&](const auto& source) { return directoryOf(source) != nullptr; };
+  if (isL2 && (sourcesWith(hasDirectory) > 1 || now_.count("l2Seg") == 0)) return oneL2Directory;
+  const std::size_t at = isL2 ? 2 : 3;  // where the segment's name is
+  if (steps.size() <= at) return {};
+  const Pith::String name(steps[at]);
+  const auto segmentOf = [&](const Firewall::Config& source) {
+    const auto directory = directoryOf(source);
+    return directory ? directory->segment(name) : nullptr;
+  };
+  const auto isLeft = [&](const auto& source) { return !source.enabled() && segmentOf(source); };
+  if (sourcesWith(isLeft) != 0) return disabledLeavesSegments;
+  if (steps.size() <= at + 1) return {};
+  const std::string& what = steps[at + 1];
+  const bool isMissing = now_.count(path) == 0;
+  if (what == "fromSegment") {
+    const auto namesForwarding = [&](const auto& source) {
+      const auto segment = segmentOf(source);
+      return segment && segment->policyHas(Pith::String(forwardingSegments));
+    };
+    return ofLink(path, sourcesWith(namesForwarding) != 0);
+  }
+  if (what == "intfVlanRangeSet") {
+    const auto hasClassMap = [&](const auto& source) {
+      const auto segment = segmentOf(source);
+      return segment && !segment->className().empty();
+    };
+    if (sourcesWith(hasClassMap) > 1) return classMapsOfTwo;
+    if (isMissing) return interfaceLater;
+    const Lanx::IntfId intf{std::string_view(steps[at + 2])};
+    return running_.interfaces->intfStatusHas(intf) ? std::string_view() : interfaceGone;
+  }
+  if (what == "subnets") {
+    const auto choosesList = [&](const auto& source) {
+      const auto segment = segmentOf(source);
+      return segment && !(segment->prefixIpv4Ml().isNone() && segment->prefixIpv6Ml().isNone());
+    };
+    if (sourcesWith(choosesList) > 1) return listsOfTwo;
+    const auto choosesPrefixList = [&](const auto& source) {
+      const auto segment = segmentOf(source);
+      return segment &&
+             (isPrefixList(segment->prefixIpv4Ml()) || isPrefixList(segment->prefixIpv6Ml()));
+    };
+    return isMissing && sourcesWith(choosesPrefixList) != 0 ? twoPermits : std::string_view();
+  }
+  return {};
+}
+
+std::string_view Explanations::ofLink(const std::string& path, bool namesForwarding) const {
+  if (!running_.capabilities->forwardingSegmentsPolicySupported()) return {};
+  if (now_.count(path) == 0) return namesForwarding ? policyLater : linksReplaced;
+  return namesForwarding ? stillSubscriber : linksLeft;
+}
+
+}  // namespace Agent

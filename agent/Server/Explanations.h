@@ -1,0 +1,51 @@
+// Which line of docs/behaviour.md explains a difference between what runs and what its
+// configuration would make from nothing.
+//
+//   Explanations explanations(store, flatTree(*store.hwConfig, {}), fresh);
+//   explanations.of("policy/web/rule/41943041")      // "Rule identifiers are reused as soon as
+//   ..."
+//
+// A line is given only where the configuration has what the line speaks of.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "agent/Store/Store.h"
+#include "agent/View/FlatTree.h"
+
+namespace Agent {
+
+class Explanations {
+ public:
+  // The lines as they stand in docs/behaviour.md.
+  static std::span<const std::string_view> lines();
+
+  // The trees are those of the output, and have to outlive it.
+  Explanations(const Store& running, const FlatTree& now, const FlatTree& fresh);
+
+  // Empty when no line is the reason.
+  std::string_view of(const std::string& path) const;
+
+ private:
+  using Steps = std::vector<std::string>;
+
+  template <class Predicate>
+  std::size_t sourcesWith(const Predicate& predicate) const;
+  std::string_view ofPolicy(const std::string& path, const Steps& steps) const;
+  std::string_view ofService(const std::string& path, const Steps& steps) const;
+  std::string_view ofVrf(const std::string& path, const Steps& steps) const;
+  std::string_view ofSegment(const std::string& path, const Steps& steps, bool isL2) const;
+  std::string_view ofOwner(const std::string& path, const Steps& steps) const;
+  std::string_view ofLink(const std::string& path, bool namesForwarding) const;
+  bool portsOverlap(const Pith::String& service) const;
+
+  const Store& running_;
+  const FlatTree& now_;
+  const FlatTree& fresh_;
+  std::vector<Firewall::Config::Ptr> sources_;
+};
+
+}  // namespace Agent
