@@ -45,7 +45,7 @@ done
 complaints=$(groff -man -ww -z "$share/man/man1/fwagent.1" 2>&1)
 [ -z "$complaints" ] || { echo "$complaints"; exit 1; }
 "$tree/tools/configurations.py" -o "$scratch/services.json" services
-[ "$("$tree/tests/agent/validate.py" "$share/fwagent/fwagent.schema.json" \
+[ "$(python3 "$tree/tests/agent/validate.py" "$share/fwagent/fwagent.schema.json" \
   "$scratch/services.json")" = ok ]
 [ "$(bash -c '. "$1"; COMP_WORDS=(fwagent verif); COMP_CWORD=1; _fwagent; echo "${COMPREPLY[0]}"' \
   bash "$share/bash-completion/completions/fwagent")" = verify ]
