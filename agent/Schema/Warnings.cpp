@@ -395,7 +395,10 @@ class Warner {
       }
       text += " of this list: the segment " + inQuotes(each.first->segment) + " claims the same; ";
       const std::string_view owner = globalOwner(each.vrf, each.prefix);
-      if (!hasGlobalList_) {
+      if (hasGlobalList_ && sourcesWith(each.vrf) > 1) {
+        text +=
+            "several sources configure the VRF, and \"fwagent explain prefix\" tells who owns it";
+      } else if (!hasGlobalList_) {
         text += "both hold it, for the hardware has no VRF-wide list";
       } else if (!owner.empty()) {
         text += inQuotes(owner) + " owns it by the VRF's global prefixes";
@@ -404,6 +407,13 @@ class Warner {
       }
       diagnostics_.warning(each.source->place, claimPaths_[each.source], std::move(text));
     }
+  }
+
+  std::size_t sourcesWith(std::string_view vrf) const {
+    const auto& sources = at(root_, "source").members;
+    return static_cast<std::size_t>(std::count_if(
+        sources.begin(), sources.end(),
+        [vrf](const Member& source) { return at(source.value, "vrf").find(vrf) != nullptr; }));
   }
 
   std::string_view globalOwner(std::string_view vrf, std::string_view prefix) const {

@@ -171,6 +171,42 @@ TEST(RandomPath, TheWritesThatDiffShowsMakeTheNewOfTheOld) {
   }
 }
 
+// A warning of a prefix that several segments claim names the one that the tables give it to.
+TEST(RandomConfiguration, WarningsNameTheOwnerThatIsCompiled) {
+  std::mt19937 random(6);  // NOLINT(cert-msc51-cpp): the same configurations in every run
+  const std::regex claim(
+      "(\\S+)( and \\d+ more prefix(es)?)? of this list: .*; \"(.*)\" owns it .*");
+  const std::regex place("source/[^/]+/vrf/([^/]+)/.*");
+  int compared = 0;
+  for (int round = 0; round < 300; ++round) {
+    const std::string text =
+        randomConfiguration(random, {.sources = 1U + static_cast<unsigned>(round) % 2U});
+    Agent::Diagnostics diagnostics;
+    Agent::Document document;
+    loadText(document, "random", text, Agent::Language::yaml, diagnostics);
+    check(document, diagnostics);
+    ASSERT_EQ(diagnostics.errors(), 0U);
+    warn(document.root, {}, diagnostics);
+    Store store;
+    apply(planOf(store, document.root), store);
+    store.start();
+    for (const auto& entry : diagnostics.entries()) {
+      std::smatch said;
+      std::smatch where;
+      if (!std::regex_match(entry.text, said, claim)) continue;
+      ASSERT_TRUE(std::regex_match(entry.path, where, place)) << entry.path;
+      const auto vrf = store.hwConfig->vrf(L3::VrfName(where[1].str()));
+      if (!vrf) continue;
+      const auto* const owner = vrf->prefixList(Lanx::IpGenPrefix::parse(said[1].str()));
+      ASSERT_EQ(owner == nullptr ? "nobody" : std::string(owner->view()), said[4].str())
+          << entry.path << ": " << entry.text << "\n"
+          << text;
+      ++compared;
+    }
+  }
+  EXPECT_GT(compared, 50);
+}
+
 // The writes of the inputs, one line each with the part that they are of.
 class InputRecord final : public Kiv::TreeWatcher {
  public:

@@ -149,6 +149,11 @@ TEST(Warning, APrefixThatSeveralSegmentsClaim) {
             begin + "\"b\" owns it in the VRF-wide list, as the first\n");
   EXPECT_EQ(warnings(text("true", ", prefix: {10.0.0.0/8: a}")),
             begin + "\"a\" owns it by the VRF's global prefixes\n");
+  std::string two = text("true", "");
+  two.replace(two.rfind("}}\n"), 2, "}, other: {enabled: true, vrf: {default: {}}}}");
+  EXPECT_EQ(warnings(two), begin +
+                               "several sources configure the VRF, and \"fwagent explain prefix\" "
+                               "tells who owns it\n");
   EXPECT_EQ(warnings(text("false", "")),
             begin + "both hold it, for the hardware has no VRF-wide list\n");
 }
