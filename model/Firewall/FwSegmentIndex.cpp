@@ -40,6 +40,7 @@ std::optional<Pith::String> FwSegment::receiver(const std::optional<Pith::String
 
 void FwSegment::indexFromSegment(const Pith::String& /*from*/, const FwFromSegment* previous,
                                  const FwFromSegment* current) {
+  if (parent() == nullptr) return;  // it left its directory, and its links were cut
   FwSegment* const before = previous == nullptr ? nullptr : previous->segment.get();
   FwSegment* const now = current == nullptr ? nullptr : current->segment.get();
   if (before == now) return;

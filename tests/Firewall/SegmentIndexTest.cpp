@@ -142,6 +142,20 @@ TEST_F(SegmentIndexTest, SegmentThatLeavesIsNobodysReceiver) {
   EXPECT_THAT(receiversByIndex(*a), IsEmpty());
 }
 
+TEST_F(SegmentIndexTest, SegmentThatLeftIsNobodysReceiverHoweverItIsWritten) {
+  const auto vrf = hwConfig->vrfIs("red");
+  const auto a = vrf->segmentIs("a");
+  const auto left = vrf->segmentIs("b");
+  const auto policy = hwConfig->policyIs("p");
+  left->fromSegmentIs("a", a, policy);
+  vrf->segmentDel("b");
+  left->fromSegmentIs("a", a, policy);
+  EXPECT_THAT(receiversByIndex(*a), IsEmpty());
+  vrf->segmentIs("b")->fromSegmentIs("a", a, policy);
+  left->fromSegmentDel("a");
+  EXPECT_THAT(receiversByIndex(*a), ElementsAre("b"));
+}
+
 TEST_F(SegmentIndexTest, ClassMapUsersAreThoseOfTheWalk) {
   const std::vector<Pith::String> classes = {"", "a", "b", "__segment_c"};
   for (int step = 0; step < 4000; ++step) {
