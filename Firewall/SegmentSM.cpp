@@ -119,8 +119,11 @@ void SegmentSM::handleClassMap() {
     TWINLOG(facility, 6, fn, "Update intf list from class %s to interim segment %s L2=%s",
             className, segmentName, isL2);
   }
-  // A subscriber may name another class map meanwhile, which is then bound already.
-  const auto isNamed = [&] { return inSegment->className() == className; };
+  // A subscriber may name another class map meanwhile, which is then bound already; and the name
+  // may not have been written for want of memory.
+  const auto isNamed = [&] {
+    return inSegment->className() == className && fwSegment_->className() == className;
+  };
   for (Pith::Ptr<const IntfVlanRangeSet> data : classMap->intfVlanData()) {
     if (!isNamed()) break;
     steps.run([&] { isL2 ? bindL2Intf(data) : bindVrfIntf(data->intfId()); });

@@ -9,6 +9,8 @@
 // and then nothing has changed.
 #pragma once
 
+#include <cstddef>
+#include <new>
 #include <optional>
 #include <tuple>
 #include <type_traits>
@@ -60,13 +62,24 @@ void tell(Owner& owner, Pith::FieldId field, const void* key, const void* previo
 }
 
 // Calls remove(key) for each key that is there now, in iteration order, whatever the calls do to
-// the map; then raises the first exception of a call.
+// the map; then raises the first exception of a call. Without memory for the keys, for the first as
+// often as there are entries: removing needs none.
 template <class Map, class Remove>
 void removeEach(Map& map, const Remove& remove) {
-  std::vector<typename Map::Key> keys;
-  keys.reserve(map.size());
-  for (const auto& entry : map) keys.push_back(MapTraits<Map>::Funktor::key(entry));
+  using Funktor = typename MapTraits<Map>::Funktor;
   Deferred removals;
+  std::vector<typename Map::Key> keys;
+  try {
+    keys.reserve(map.size());
+  } catch (const std::bad_alloc&) {
+    for (std::size_t left = map.size(); left > 0 && map.size() > 0; --left) {
+      const typename Map::Key key = Funktor::key(*map.begin());
+      removals.run([&] { remove(key); });
+    }
+    removals.rethrow();
+    return;
+  }
+  for (const auto& entry : map) keys.push_back(Funktor::key(entry));
   for (const typename Map::Key& key : keys) {
     removals.run([&] { remove(key); });
   }
