@@ -49,6 +49,22 @@ void deleteRules(RootSm& rootSm, const Policy::PtrConst& policy) {
   steps.rethrow();
 }
 
+// Nobody configures the segments that a source left behind when it was disabled: they are unlinked
+// here from the policy, which is about to leave. Walks all segments where somebody still refers to
+// it.
+void clearFallbacks(HwConfig& hwConfig, const Pith::String& policyName, Kiv::Deferred& steps) {
+  const FwPolicy::Ptr gone = hwConfig.policy(policyName);
+  constexpr std::uint32_t unlinked = 2;  // the collection's use, and the one here
+  if (!gone || gone->useCount() == unlinked) return;
+  const auto clearIn = [&](FwSegmentDir& directory) {
+    for (Pith::Ptr<FwSegment> segment : directory.segment()) {
+      if (segment->fallbackPolicy() == gone) steps.run([&] { deleteFallbackPolicy(segment); });
+    }
+  };
+  for (Pith::Ptr<FwVrf> vrf : hwConfig.vrf()) clearIn(*vrf);
+  if (const auto l2Seg = hwConfig.l2Seg()) clearIn(*l2Seg);
+}
+
 }  // namespace
 
 void RootSm::handlePolicy() {
@@ -91,6 +107,7 @@ void RootSm::handlePolicy(const Pith::String& name) {
         deleteInterFromSegAndFbPolicyAll(segments, outFirewallConfig, fwSegments, "", name);
       });
     });
+    clearFallbacks(*outFirewallConfig, name, steps);
     steps.run([&] {
       if (const Policy::PtrConst again = inConfig->policy(name)) {
         deleteRules(*this, again);

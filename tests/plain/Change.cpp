@@ -60,6 +60,40 @@ std::string entryFrom(const std::string& text) {
 
 using Steps = std::vector<std::string>;
 
+std::string textOf(const Range& range) { return rangeText(range); }
+std::string textOf(const std::string& text) { return text; }
+template <class T>
+std::string textOf(const T& value) {
+  return value.toString();
+}
+template <class Values>
+Steps textsOf(const Values& values) {
+  Steps texts;
+  for (const auto& value : values) texts.push_back(textOf(value));
+  return texts;
+}
+
+std::string keyText(const std::string& key) { return key; }
+std::string keyText(std::uint32_t key) { return std::to_string(key); }
+template <class Map>
+Steps keysOf(const Map& map) {
+  Steps keys;
+  for (const auto& entry : map) keys.push_back(keyText(entry.first));
+  return keys;
+}
+
+bool endsAtCollection(const Steps& steps) {
+  static const std::set<std::string> collections{
+      "source",    "lists",           "vrf",         "policy",
+      "classMap",  "segment",         "prefix",      "rule",
+      "vlanRange", "intfVlanData",    "subnets",     "matchIpv4PrefixList",
+      "app",       "ipv6PrefixList",  "prefixList",  "matchIpv6PrefixList",
+      "proto",     "ipv6PrefixEntry", "prefixEntry", "fieldSetIpPrefix",
+      "ports",     "ipIntfStatus",    "prefixes",    "fieldSetL4Port",
+      "intfStatus"};
+  return collections.contains(steps.back());
+}
+
 template <class T>
 bool setValue(const Watched& owner, const std::string& what, T& member, const T& value) {
   if (member == value) return true;
@@ -166,7 +200,7 @@ Change::Change(const std::string& line) {
       line.substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
   for (const std::string& step : split(path, '/')) steps.push_back(unescaped(step));
   std::size_t top = steps[0].size();
-  if (steps[0] == "source" || steps[0] == "lists") top += 1 + steps.at(1).size();
+  if ((steps[0] == "source" || steps[0] == "lists") && steps.size() > 1) top += 1 + steps[1].size();
   if (path.size() > top) below = path.substr(top + 1);
 }
 
@@ -181,9 +215,39 @@ bool ModelInputs::apply(const Change& change) {
     model_->stop();
     return true;
   }
+  if (endsAtCollection(change.steps)) {
+    const auto keys = keysAt(change.steps);
+    if (!keys) return false;
+    AllSteps steps;
+    for (const std::string& key : *keys) {
+      Change one = change;
+      one.steps.push_back(key);
+      steps.run([&] { apply(one); });
+    }
+    steps.end();
+    return true;
+  }
   if (change.steps[0] == "source") return applySource(change);
   if (change.steps[0] == "lists") return applyLists(change);
   return applyShared(change);
+}
+
+template <class T>
+bool ModelInputs::applyEntity(const Change& change, Directory<T>& directory,
+                              std::map<std::string, std::shared_ptr<T>>& objects) {
+  const std::string& name = change.steps.at(1);
+  auto& object = objects.at(name);
+  if (change.text.empty())
+    return setChild(directory, "entity", name, directory.entry, object,
+                    change.kind == Change::Kind::erase);
+  object = std::make_shared<T>();
+  if constexpr (std::is_same_v<T, Config>) object->name = name;
+  AllSteps steps;
+  const auto other = object;
+  steps.run([&] { setChild(directory, "entity", name, directory.entry, other, true); });
+  steps.run([&] { setChild(directory, "entity", name, directory.entry, other, false); });
+  steps.end();
+  return true;
 }
 
 bool ModelInputs::applySource(const Change& change) {
@@ -192,10 +256,7 @@ bool ModelInputs::applySource(const Change& change) {
   auto& config = configs_[steps.at(1)];
   if (!config) config = std::make_shared<Config>();
   config->name = steps[1];
-  if (steps.size() == 2) {
-    return setChild(*model_->in.configs, "entity", steps[1], model_->in.configs->entry, config,
-                    erase);
-  }
+  if (steps.size() == 2) return applyEntity(change, *model_->in.configs, configs_);
   const std::string& what = steps[2];
   if (what == "enabled") return setValue(*config, what, config->enabled, change.text == "true");
   if (what == "defaultPolicy") return setValue(*config, what, config->defaultPolicy, change.text);
@@ -213,6 +274,7 @@ bool ModelInputs::applySource(const Change& change) {
   }
   const std::string& key = steps.at(3);
   if (what == "vrf") {
+    if (key.size() > 100) throw Refused("the name of a VRF has at most 100 bytes");
     if (steps.size() > 4) return applySegmentDir(config->vrf.get(key), steps, 4, change);
     return setChild(*config, what, key, config->vrf, std::make_shared<SegmentDir>(), erase);
   }
@@ -251,8 +313,7 @@ bool ModelInputs::applyLists(const Change& change) {
   const bool erase = change.kind == Change::Kind::erase;
   auto& path = paths_[steps.at(1)];
   if (!path) path = std::make_shared<ListPath>();
-  if (steps.size() == 2)
-    return setChild(*model_->in.paths, "entity", steps[1], model_->in.paths->entry, path, erase);
+  if (steps.size() == 2) return applyEntity(change, *model_->in.paths, paths_);
   const Family family = steps[2] == "matchIpv4PrefixList" ? ipv4 : ipv6;
   const std::string& key = steps.at(3);
   if (steps.size() == 4)
@@ -331,6 +392,72 @@ bool ModelInputs::applyShared(const Change& change) {
   if (what == "fieldSetL4Port") return applySet(apps.ports, "ports", rangeFrom);
   return applySet(apps.prefixes, "prefixes",
                   [](const std::string& text) { return Prefix::parse(text); });
+}
+
+// As it is in the collection of the store: by key where that is ordered, else as they came.
+std::optional<Steps> ModelInputs::keysAt(const Steps& steps) {
+  Inputs& in = model_->in;
+  const std::string& collection = steps.back();
+  if (collection == "source") return in.configs->entry.keys();
+  if (collection == "lists") return in.paths->entry.keys();
+  if (steps[0] == "source") return keysOfSource(steps);
+  if (steps[0] == "intf") return textsOf(in.intfStatus);
+  if (steps[0] == "ip") return collection == "vrf" ? in.ip->vrf : in.ip->intf.keys();
+  if (steps[0] == "lists") {
+    const auto path = paths_[steps[1]];
+    if (!path) return {};
+    const auto& lists = path->list[steps[2] == "matchIpv4PrefixList" ? ipv4 : ipv6];
+    if (collection != "subnets") return lists.keys();
+    const auto list = lists.get(steps[3]);
+    return list ? std::optional(textsOf(list->subnets)) : std::nullopt;
+  }
+  if (steps[0] == "acl") {
+    const auto& lists = in.prefixLists->list[steps[1] == "prefixList" ? ipv4 : ipv6];
+    if (steps.size() == 2) return lists.keys();
+    const auto list = lists.get(steps[2]);
+    return list ? std::optional(keysOf(list->text)) : std::nullopt;
+  }
+  Applications& apps = *in.applications;
+  if (collection == "app") return keysOf(apps.app);
+  if (collection == "proto") {
+    const auto found = apps.app.find(steps[2]);
+    return found == apps.app.end() ? std::nullopt : std::optional(textsOf(found->second->proto));
+  }
+  if (collection == "fieldSetL4Port") return apps.ports.keys();
+  if (collection == "fieldSetIpPrefix") return apps.prefixes.keys();
+  const auto ports = apps.ports.get(steps[2]).contents;
+  const auto prefixes = apps.prefixes.get(steps[2]).contents;
+  if (collection == "ports") return ports ? std::optional(textsOf(*ports)) : std::nullopt;
+  return prefixes ? std::optional(textsOf(*prefixes)) : std::nullopt;
+}
+
+std::optional<Steps> ModelInputs::keysOfSource(const Steps& steps) {
+  const auto& config = configs_[steps[1]];
+  if (!config) return {};
+  const std::string& what = steps[2];
+  if (steps.size() == 3) {
+    return what == "vrf"      ? config->vrf.keys()
+           : what == "policy" ? config->policy.keys()
+                              : config->classMap.keys();
+  }
+  if (what == "policy") {
+    const auto policy = config->policy.get(steps[3]);
+    return policy ? std::optional(keysOf(policy->rule)) : std::nullopt;
+  }
+  if (what == "classMap") {
+    const auto classMap = config->classMap.get(steps[3]);
+    if (!classMap) return {};
+    if (steps.size() == 5) return classMap->intfVlanData.keys();
+    const auto data = classMap->intfVlanData.get(steps[5]);
+    return data ? std::optional(textsOf(data->vlanRange)) : std::nullopt;
+  }
+  const auto directory = what == "vrf" ? config->vrf.get(steps[3]) : config->l2;
+  if (!directory) return {};
+  const std::size_t at = what == "vrf" ? 4 : 3;
+  if (steps[at] == "prefix") return textsOf(directory->prefix.keys());
+  if (steps.size() == at + 1) return directory->segment.keys();
+  const auto segment = directory->segment.get(steps[at + 1]);
+  return segment ? std::optional(keysOf(segment->policy)) : std::nullopt;
 }
 
 }  // namespace Plain

@@ -1,14 +1,18 @@
 // One change of the inputs, as a line of text, applied to the plain model.
 //
 //   + source/cli                                                 the source joins its directory
+//   + source/cli = new                                           another object takes its name
 //   + source/cli/vrf/red/segment/a/className = __segment_a       a value, or an entry with a value
 //   - source/cli/vrf/red/segment/a                               an entry goes
+//   - source/cli/vrf/red/segment                                 all entries go
 //   start                                                        the root reactor is made
 //   stop                                                         it is cleaned up and dropped
 //
 // The first step names an input object: source/<name>, lists/<path>, ip, intf, apps, sets, cap,
 // acl; what follows is a path below it as the store has it.
 #pragma once
+
+#include <optional>
 
 #include "tests/plain/Model.h"
 
@@ -30,10 +34,16 @@ class ModelInputs {
  public:
   explicit ModelInputs(Model& model) : model_(&model) {}
 
-  // False, and nothing done, where what the path leads through is not there.
+  // False, and nothing done, where what the path leads through is not there. Raises Refused.
   bool apply(const Change& change);
 
  private:
+  // Where the path ends at a collection, the keys of its entries, in their order.
+  std::optional<std::vector<std::string>> keysAt(const std::vector<std::string>& steps);
+  std::optional<std::vector<std::string>> keysOfSource(const std::vector<std::string>& steps);
+  template <class T>
+  bool applyEntity(const Change& change, Directory<T>& directory,
+                   std::map<std::string, std::shared_ptr<T>>& objects);
   bool applySource(const Change& change);
   bool applyLists(const Change& change);
   bool applyShared(const Change& change);

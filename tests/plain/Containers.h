@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -65,15 +66,41 @@ struct News {
 
 using Listener = std::function<void(const News&)>;
 
-// Tells those who watch, in the order in which they began; who begins meanwhile is not told, nor
-// who has left.
+// What cannot be done as it was asked for.
+struct Refused : std::runtime_error {
+  using runtime_error::runtime_error;
+};
+
+// Steps that are all done; what the first of them refused is refused at the end.
+class AllSteps {
+ public:
+  template <class Step>
+  void run(const Step& step) {
+    try {
+      step();
+    } catch (const Refused& refused) {
+      if (!first_) first_ = refused;
+    }
+  }
+  void end() const {
+    if (first_) throw Refused(*first_);
+  }
+
+ private:
+  std::optional<Refused> first_;
+};
+
+// Tells those who watch, in the order in which they began, all of them; who begins meanwhile is not
+// told, nor who has left.
 class Watched {
  public:
   void tell(const News& news) const {
     const auto now = watchers_;
+    AllSteps steps;
     for (const auto& watcher : now) {
-      if (*watcher) (*watcher)(news);
+      if (*watcher) steps.run([&] { (*watcher)(news); });
     }
+    steps.end();
   }
 
  private:

@@ -39,6 +39,8 @@ std::string Generator::source() {
   switch (below(10)) {
     case 0:
     case 1:
+      if (chance(10)) return "- source";
+      if (chance(5)) return "+ " + name + " = new";
       return (chance(60) ? "+ " : "- ") + name;
     case 2:
       return "+ " + name + "/defaultPolicy = " + of({"unset", "drop", "forward"});
@@ -53,6 +55,7 @@ std::string Generator::config() { return "source/" + of(sources); }
 
 std::string Generator::vrf() {
   if (chance(25)) return sign() + config() + "/l2SegmentDir" + " = l2";
+  if (chance(2)) return sign() + config() + "/vrf/" + std::string(101, 'v');
   return sign() + config() + "/vrf/" + of(vrfs);
 }
 
@@ -110,12 +113,16 @@ std::string Generator::classMap() {
   if (chance(30)) return sign() + name;
   const std::string intf = name + "/intfVlanData/" + of(interfaces);
   if (chance(50)) return sign() + intf;
-  return sign() + intf + "/vlanRange/" + of({"1", "100-199", "100-120", "4000-4094"});
+  return sign() + intf + "/vlanRange/" + of({"1", "100-199", "100-120", "4000-4094", "199-100"});
 }
 
 std::string Generator::lists() {
   const std::string path = "lists/" + of(paths);
-  if (chance(15)) return (chance(75) ? "+ " : "- ") + path;
+  if (chance(15)) {
+    if (chance(5)) return "- lists";
+    if (chance(5)) return "+ " + path + " = new";
+    return (chance(75) ? "+ " : "- ") + path;
+  }
   const bool ipv6 = chance(40);
   const std::string list =
       path + (ipv6 ? "/matchIpv6PrefixList/" : "/matchIpv4PrefixList/") + of(listNames);
@@ -163,7 +170,8 @@ std::string Generator::application() {
       return "+ " + app + "/af = " + of({"unspecified", "ipv4", "ipv6"});
     case 3:
     case 4:
-      return sign() + app + "/proto/" + of({"1", "6", "17", "0-255", "1-255", "4-7", "254-255"});
+      return sign() + app + "/proto/" +
+             (chance(3) ? "7-4" : of({"1", "6", "17", "0-255", "1-255", "4-7", "254-255"}));
     default:
       return "+ " + app + "/" +
              of({"dstPortFieldSet", "srcPortFieldSet", "dstPrefixFieldSet", "srcPrefixFieldSet"}) +
@@ -182,7 +190,8 @@ std::string Generator::fieldSet() {
       return sign() + set + "/subConfig = l2";
     default:
       return sign() + set + "/subConfig/" +
-             (ports ? "ports/" + of({"80", "80-443", "1000-1999", "0-65535", "443"})
+             (ports ? "ports/" + (chance(3) ? "443-80"
+                                            : of({"80", "80-443", "1000-1999", "0-65535", "443"}))
                     : "prefixes/" + subnet(chance(40), false));
   }
 }
@@ -205,8 +214,16 @@ std::vector<std::string> Generator::beginning() {
 }
 
 std::vector<std::string> Generator::changes() {
-  if (below(300) == 0) return {"stop", change(), "start"};
-  const std::string last = change();
+  if (chance(1)) return {"stop", change(), "start"};
+  std::string last = change();
+  if (last[0] == '-' && chance(8) && last.find('/') != std::string::npos) {
+    // All of them, not the one.
+    const std::size_t path = last.find(" =", 2);
+    last.resize(path == std::string::npos ? last.size() : path);
+    const std::size_t key = last.rfind('/');
+    const std::string above = last.substr(0, key);
+    if (last.substr(key) != "/l2SegmentDir" && last.substr(key) != "/subConfig") return {above};
+  }
   Names lines;
   if (chance(70)) lines = parentsOf(last);
   lines.push_back(last);

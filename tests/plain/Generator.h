@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -10,7 +11,14 @@ namespace Plain {
 
 class Generator {
  public:
-  explicit Generator(std::uint64_t seed) : random_(seed) {}
+  // Makes a choice: any number below the limit.
+  using Choose = std::function<unsigned(unsigned limit)>;
+
+  explicit Generator(Choose choose) : choose_(std::move(choose)) {}
+  explicit Generator(std::uint64_t seed)
+      : Generator([random = std::mt19937_64(seed)](unsigned limit) mutable {
+          return std::uniform_int_distribution<unsigned>(0, limit - 1)(random);
+        }) {}
 
   // Enough to begin with: sources that are enabled, VRFs, interfaces, some of each kind.
   std::vector<std::string> beginning();
@@ -20,9 +28,7 @@ class Generator {
  private:
   using Names = std::vector<std::string>;
 
-  unsigned below(unsigned limit) {
-    return std::uniform_int_distribution<unsigned>(0, limit - 1)(random_);
-  }
+  unsigned below(unsigned limit) { return choose_(limit); }
   bool chance(unsigned percent) { return below(100) < percent; }
   const std::string& of(const Names& names) {
     return names[below(static_cast<unsigned>(names.size()))];
@@ -48,7 +54,7 @@ class Generator {
   std::string className();
   std::string subnet(bool ipv6, bool withHostBits);
 
-  std::mt19937_64 random_;
+  Choose choose_;
 };
 
 }  // namespace Plain

@@ -80,4 +80,44 @@ TEST(Histories, MissingPrefixSetEmptiesTheServiceAfterItsProtocols) {
             "");
 }
 
+TEST(Histories, FallbackPolicyOfASegmentLeftBehindGoesWithThePolicy) {
+  EXPECT_EQ(differenceIn({
+                "+ source/cli",
+                "+ source/cli/enabled = true",
+                "start",
+                "+ source/api",
+                "+ source/gnmi",
+                "+ source/gnmi/enabled = true",
+                "+ source/gnmi/vrf/default",
+                "+ source/gnmi/vrf/default/segment/c",
+                "+ source/api/vrf/default",
+                "+ source/gnmi/vrf/default/segment/c/fallbackPolicy = q",
+                "+ source/cli/policy/q",
+                "+ source/api/enabled = true",
+                "+ source/gnmi/enabled = false",
+                "- source/cli/policy/q",
+            }),
+            "");
+}
+
+TEST(Histories, SegmentThatAnotherSourceReplacedIsNobodysReceiver) {
+  EXPECT_EQ(differenceIn({
+                "+ source/cli",
+                "+ source/cli/enabled = true",
+                "+ source/api",
+                "+ source/api/enabled = true",
+                "+ source/gnmi",
+                "start",
+                "+ source/gnmi/l2SegmentDir = l2",
+                "+ source/gnmi/l2SegmentDir/segment/b",
+                "+ source/gnmi/l2SegmentDir/segment/a",
+                "+ source/cli/policy/r",
+                "+ source/api/l2SegmentDir = l2",
+                "+ source/gnmi/enabled = true",
+                "+ source/api/l2SegmentDir/segment/a",
+                "+ source/gnmi/l2SegmentDir/segment/a/policy/b = r",
+            }),
+            "");
+}
+
 }  // namespace

@@ -130,7 +130,7 @@ struct Directory : Watched {
 };
 struct IpStatus : Watched {
   Listed<std::string, std::string> intf;  // to its VRF
-  std::set<std::string> vrf;
+  std::vector<std::string> vrf;
 };
 struct Capability : Watched {
   bool serviceRuleSupported = false;

@@ -3,6 +3,7 @@
 #include <exception>
 #include <sstream>
 
+#include "framework/Pith/RangeException.h"
 #include "tests/plain/RealSwitch.h"
 #include "tests/support/LiveCounts.h"
 
@@ -24,46 +25,6 @@ std::string onlyIn(const Lines& real, const Lines& model) {
   return listed("only the library has", realOnly) + listed("only the model has", modelOnly);
 }
 
-class Life {
- public:
-  // What is wrong after the change.
-  std::string after(const std::string& line) {
-    const Change change(line);
-    if (!inputs_.apply(change)) return "";
-    real_.apply(change);
-    return check();
-  }
-
-  std::string end() {
-    model_.stop();
-    real_.stop();
-    return check();
-  }
-
- private:
-  std::string check() {
-    const Lines writes = real_.takeWrites();
-    const Lines wanted = std::exchange(model_.log, {});
-    const Lines statusWrites = real_.takeStatusWrites();
-    const Lines statusWanted = std::exchange(model_.status.log, {});
-    const Lines tree = real_.dump();
-    const Lines wantedTree = model_.hw->dump();
-    if (tree != wantedTree)
-      return "the trees differ" + onlyIn(tree, wantedTree) + listed("writes", writes) +
-             listed("model's writes", wanted);
-    if (writes != wanted)
-      return "the writes differ" + listed("writes", writes) + listed("model's writes", wanted);
-    if (statusWrites != statusWanted)
-      return "the writes to the status differ" + listed("writes", statusWrites) +
-             listed("model's writes", statusWanted);
-    return real_.complaint();
-  }
-
-  Model model_;
-  ModelInputs inputs_ = ModelInputs(model_);
-  RealSwitch real_;
-};
-
 std::string differenceWithin(const History& history) {
   Life life;
   for (const std::string& line : history) {
@@ -80,6 +41,50 @@ std::string differenceWithin(const History& history) {
 }
 
 }  // namespace
+
+std::string Life::after(const std::string& line) {
+  const Change change(line);
+  writes_.clear();
+  refusal_.clear();
+  bool refusedByModel = false;
+  try {
+    if (!inputs_.apply(change)) return "";
+  } catch (const Refused&) {
+    refusedByModel = true;
+  }
+  try {
+    real_.apply(change);
+  } catch (const Pith::RangeException& error) {
+    refusal_ = error.what();
+  }
+  if (refusal_.empty() == refusedByModel)
+    return refusedByModel ? "only the model refuses it" : "refused: " + refusal_;
+  return check();
+}
+
+std::string Life::end() {
+  model_.stop();
+  real_.stop();
+  return check();
+}
+
+std::string Life::check() {
+  writes_ = real_.takeWrites();
+  const Lines wanted = std::exchange(model_.log, {});
+  const Lines statusWrites = real_.takeStatusWrites();
+  const Lines statusWanted = std::exchange(model_.status.log, {});
+  const Lines tree = real_.dump();
+  const Lines wantedTree = model_.hw->dump();
+  if (tree != wantedTree)
+    return "the trees differ" + onlyIn(tree, wantedTree) + listed("writes", writes_) +
+           listed("model's writes", wanted);
+  if (writes_ != wanted)
+    return "the writes differ" + listed("writes", writes_) + listed("model's writes", wanted);
+  if (statusWrites != statusWanted)
+    return "the writes to the status differ" + listed("writes", statusWrites) +
+           listed("model's writes", statusWanted);
+  return real_.complaint();
+}
 
 std::string differenceIn(const History& history) {
   const auto before = TestSupport::liveCounts();

@@ -5,9 +5,36 @@
 #include <string>
 #include <vector>
 
+#include "tests/plain/Change.h"
+#include "tests/plain/RealSwitch.h"
+
 namespace Plain {
 
 using History = std::vector<std::string>;
+
+// The library and the plain model side by side.
+class Life {
+ public:
+  // Makes the change to both and says what is wrong after it: where the two differ, or where the
+  // library does not keep its promises. A change for which something is missing is left out.
+  std::string after(const std::string& line);
+  // The same after the root has been stopped.
+  std::string end();
+
+  // Of the last change: what the library wrote, and its words when it refused it.
+  const Lines& writes() const { return writes_; }
+  const std::string& refusal() const { return refusal_; }
+  RealSwitch& real() { return real_; }
+
+ private:
+  std::string check();
+
+  Model model_;
+  ModelInputs inputs_ = ModelInputs(model_);
+  RealSwitch real_;
+  Lines writes_;
+  std::string refusal_;
+};
 
 // The lines that are told where the two differ, or where the library does not keep its promises;
 // empty when all is well. Everything is removed at the end, and every object must be gone.

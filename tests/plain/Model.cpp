@@ -33,7 +33,14 @@ Features::Features(Model& model)
       }) {
   const Work work(*model_);
   cleanupOutput();
-  for (const std::string& name : model_->in.configs->entry.keys()) onSource(name);
+  try {
+    for (const std::string& name : model_->in.configs->entry.keys()) onSource(name);
+  } catch (const Refused&) {  // it does not start
+    directory_.end();
+    profiles_.reset();
+    for (const std::string& name : sources_.keys()) removeSource(name);
+    throw;
+  }
 }
 
 Features::~Features() = default;
@@ -51,7 +58,13 @@ void Features::onSource(const std::string& name) {
   source->watching = Watching(config, [this, raw = source.get()](const News& news) {
     if (news.what == "enabled") onEnabled(*raw);
   });
-  onEnabled(*source);
+  try {
+    onEnabled(*source);
+  } catch (const Refused&) {  // it does not start
+    source->watching.end();
+    endQuietly(*source);
+    throw;
+  }
   sources_.set(name, source);
 }
 
@@ -73,22 +86,32 @@ void Features::removeSource(const std::string& name) {
   if (!source) return;
   sources_.erase(name);
   source->watching.end();
-  if (!source->root) return;
-  source->root->cleanup();
-  source->root->unhook();
-  source->root.reset();
-  evaluate();
+  endQuietly(*source);
+}
+
+// Nobody hears of what is refused to a source that goes.
+void Features::endQuietly(Source& source) {
+  if (!source.root) return;
+  source.root->cleanup();
+  source.root->unhook();
+  source.root.reset();
+  AllSteps steps;
+  steps.run([this] { evaluate(); });
 }
 
 void Features::evaluate() {
   const bool active = !model_->enabledConfigs().empty();
+  AllSteps steps;
   if (active) {
-    if (!profiles_) profiles_ = std::make_unique<Profiles>(*model_);
+    steps.run([this] {
+      if (!profiles_) profiles_ = std::make_unique<Profiles>(*model_);
+    });
   } else {
     profiles_.reset();
     cleanupOutput();
   }
   model_->hw->activeIs(active);
+  steps.end();
 }
 
 void Features::cleanupOutput() {
@@ -140,13 +163,15 @@ void Profiles::onApplication(const std::string& app) {
 }
 
 void Profiles::onFieldSet(const std::string& name, bool ports) {
+  AllSteps steps;
   for (const auto& [app, config] : std::map(model_->in.applications->app)) {
     for (const auto& [which, set] : config->fieldSet) {
       if (set != name || (which.find("Port") != std::string::npos) != ports) continue;
-      raise(app);
+      steps.run([&, name = app] { raise(name); });
       break;
     }
   }
+  steps.end();
 }
 
 void Profiles::raise(const std::string& app) {

@@ -88,6 +88,7 @@ class Features {
   void onSource(const std::string& name);
   void onEnabled(Source& source);
   void removeSource(const std::string& name);
+  void endQuietly(Source& source);
   void evaluate();
   void cleanupOutput();
 
@@ -128,6 +129,7 @@ class Root {
   // Policies.cpp
   void handlePolicy(const std::string& name);
   void linkPolicy(const std::string& name, bool add);
+  void clearFallbacks(const std::shared_ptr<FwPolicy>& policy);
   void handlePolicyRules(const Policy& policy);
   void handlePolicyRule(const Policy& policy, std::uint32_t seqnum);
   bool addPolicyRulesAll(const Policy& policy, std::uint32_t seqnum);

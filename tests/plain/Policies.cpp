@@ -52,6 +52,7 @@ void Root::handlePolicy(const std::string& name) {
   }
   if (remaining.empty()) {
     linkPolicy(name, false);
+    clearFallbacks(model_->hw->policy.get(name));
     model_->hw->policyDel(name);
     return;
   }
@@ -78,6 +79,18 @@ void Root::linkPolicy(const std::string& name, bool add) {
       if (const auto output = model_->hw->vrf.get(vrf)) link(*input, *output);
     }
     if (config->l2 && model_->hw->l2Seg) link(*config->l2, *model_->hw->l2Seg);
+  }
+}
+
+// In segments that nobody configures any more, too.
+void Root::clearFallbacks(const std::shared_ptr<FwPolicy>& policy) {
+  std::vector<std::shared_ptr<FwDir>> directories;
+  for (const auto& [name, directory] : model_->hw->vrf.items()) directories.push_back(directory);
+  if (model_->hw->l2Seg) directories.push_back(model_->hw->l2Seg);
+  for (const auto& directory : directories) {
+    for (const auto& [name, segment] : directory->segment) {
+      if (policy && segment->fallbackPolicy == policy) segment->fallbackPolicyIs(nullptr);
+    }
   }
 }
 

@@ -1,12 +1,37 @@
 #include "tests/plain/RealSwitch.h"
 
+#include <gtest/gtest-spi.h>
+
+#include <optional>
+
 #include "Firewall/ActiveWorkManager.h"
 #include "Firewall/RootDirSm.h"
 #include "framework/Kiv/Inspector.h"
+#include "tests/support/IndexWalks.h"
 #include "tests/support/Recorder.h"
 #include "tests/support/Switch.h"
 
 namespace Plain {
+namespace {
+
+// What the fake hardware agent finds, kept from the test that runs.
+class Findings {
+ public:
+  explicit Findings(std::string& to) : to_(&to) {}
+  Findings(const Findings&) = delete;
+  Findings& operator=(const Findings&) = delete;
+  ~Findings() {
+    for (int at = 0; at < results_.size(); ++at) *to_ += results_.GetTestPartResult(at).message();
+  }
+
+ private:
+  std::string* to_;
+  testing::TestPartResultArray results_;
+  testing::ScopedFakeTestPartResultReporter reporter_{
+      testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &results_};
+};
+
+}  // namespace
 
 struct RealSwitch::Objects {
   Kiv::Object& top(const Change& change) {
@@ -47,16 +72,30 @@ struct RealSwitch::Objects {
 
   std::map<std::string, Firewall::Config::Ptr> configs;
   std::map<std::string, ::MatchList::Config::Ptr> paths;
-  TestSupport::WriteRecorder recorder{hwConfig};
-  TestSupport::WriteRecorder statusRecorder{firewallStatus};
+  struct Watchers {
+    explicit Watchers(const Objects& objects)
+        : recorder(objects.hwConfig),
+          statusRecorder(objects.firewallStatus),
+          hardware(objects.hwConfig) {}
+    TestSupport::WriteRecorder recorder;
+    TestSupport::WriteRecorder statusRecorder;
+    TestSupport::FakeHardwareAgent hardware;
+  };
+  std::optional<Watchers> watchers;
+  std::string findings;  // of the hardware agent
+  TestSupport::IndexWalks indexes;
   Firewall::RootDirSm::Ptr root;
 };
 
-RealSwitch::RealSwitch() : objects_(std::make_unique<Objects>()) {}
+RealSwitch::RealSwitch(Watched watched) : objects_(std::make_unique<Objects>()) {
+  if (watched == Watched::yes) objects_->watchers.emplace(*objects_);
+}
 RealSwitch::~RealSwitch() { stop(); }
 
 void RealSwitch::apply(const Change& change) {
   Objects& o = *objects_;
+  std::optional<Findings> listening;
+  if (o.watchers) listening.emplace(o.findings);
   if (change.kind == Change::Kind::start) {
     o.root = Firewall::rootDirSmFactory(o.fwConfigDir, o.hwConfig, o.firewallStatus,
                                         o.intfStatusDir, o.ipStatus, o.matchListConfigDir,
@@ -71,7 +110,14 @@ void RealSwitch::apply(const Change& change) {
   if (change.below.empty()) {
     const bool isSource = change.steps[0] == "source";
     const auto& directory = isSource ? o.fwConfigDir : o.matchListConfigDir;
+    if (change.steps.size() == 1) {
+      directory->entityDelAll();
+      return;
+    }
     const std::string& name = change.steps[1];
+    if (!change.text.empty()) {
+      isSource ? void(o.configs.erase(name)) : void(o.paths.erase(name));
+    }
     if (change.kind == Change::Kind::erase) {
       directory->entityDel(name);
     } else if (isSource) {
@@ -104,17 +150,34 @@ Lines RealSwitch::dump() {
   return lines;
 }
 
-Lines RealSwitch::takeWrites() { return objects_->recorder.take(); }
-Lines RealSwitch::takeStatusWrites() { return objects_->statusRecorder.take(); }
+Lines RealSwitch::takeWrites() { return objects_->watchers->recorder.take(); }
+Lines RealSwitch::takeStatusWrites() { return objects_->watchers->statusRecorder.take(); }
 
-std::uint32_t RealSwitch::openHandles() const {
-  return objects_->root ? objects_->root->activeWorkManager()->activeHandles() : 0;
+std::vector<Pith::Ptr<Kiv::Entity>> RealSwitch::outputs() const {
+  return {objects_->hwConfig, objects_->firewallStatus, objects_->appRecStatus};
 }
 
-std::string RealSwitch::complaint() const {
-  const Objects& o = *objects_;
+std::string RealSwitch::broken() {
+  Objects& o = *objects_;
   if (o.hwConfig->updateInProgress()) return "updateInProgress is true";
-  if (openHandles() != 0) return "a work handle is open";
+  if (o.root && o.root->activeWorkManager()->activeHandles() != 0) return "a work handle is open";
+  std::vector<Firewall::Config::Ptr> configs;
+  for (const auto& [name, config] : o.configs) {
+    if (config) configs.push_back(config);
+  }
+  return o.indexes.fault(*o.hwConfig, configs);
+}
+
+std::string RealSwitch::complaint() {
+  Objects& o = *objects_;
+  if (std::string fault = broken(); !fault.empty()) return fault;
+  if (o.watchers) {
+    {
+      const Findings listening(o.findings);
+      o.watchers->hardware.checkAtRest();
+    }
+    if (!o.findings.empty()) return o.findings;
+  }
   if (!o.hwConfig->active()) return "";
   std::set<std::string> services;
   std::set<std::string> reported;

@@ -1,8 +1,8 @@
 // The switch with the library in it, driven by the same lines of changes as the plain model.
 #pragma once
 
+#include "framework/Kiv/Entity.h"
 #include "tests/plain/Change.h"
-#include "tests/support/WriteRecorder.h"
 
 namespace Firewall {
 class RootDirSm;
@@ -12,7 +12,10 @@ namespace Plain {
 
 class RealSwitch {
  public:
-  RealSwitch();
+  // Whether the fake hardware agent and the recorders of writes are attached.
+  enum class Watched { no, yes };
+
+  explicit RealSwitch(Watched watched = Watched::yes);
   RealSwitch(const RealSwitch&) = delete;
   RealSwitch& operator=(const RealSwitch&) = delete;
   ~RealSwitch();
@@ -24,9 +27,13 @@ class RealSwitch {
   Lines dump();
   Lines takeWrites();
   Lines takeStatusWrites();
-  std::uint32_t openHandles() const;
-  // What is wrong between the outputs; empty when nothing is.
-  std::string complaint() const;
+  // What is broken, whatever has gone wrong before: an open work handle, an index that differs from
+  // its walk. Empty when nothing is.
+  std::string broken();
+  // The same and what else is wrong: between the outputs, or by the fake hardware agent's word.
+  std::string complaint();
+  // What the library writes.
+  std::vector<Pith::Ptr<Kiv::Entity>> outputs() const;
 
  private:
   struct Objects;

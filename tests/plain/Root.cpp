@@ -66,7 +66,7 @@ void Root::handleForwardingType() {
 
 void Root::handleVrf(const std::string& name) {
   const auto configured = config_->vrf.get(name);
-  const bool present = name == "default" || model_->in.ip->vrf.contains(name);
+  const bool present = name == "default" || std::ranges::count(model_->in.ip->vrf, name) > 0;
   if (present && configured) {
     if (!vrfs_.has(name)) vrfs_.set(name, std::make_shared<VrfPart>(*this, name, configured));
   } else if (const auto part = vrfs_.get(name)) {

@@ -67,6 +67,15 @@ void Root::handleServiceChange(const std::shared_ptr<FwService>& service) {
   }
 }
 
+namespace {
+
+const Range& inOrder(const Range& range) {
+  if (range.first > range.second) throw Refused("a range begins above its end");
+  return range;
+}
+
+}  // namespace
+
 void Root::handleVersion(const std::string& app) {
   const Work work(*model_);
   if (model_->in.versions->version.get(app) == 0) {
@@ -117,9 +126,10 @@ void Root::handleVersion(const std::string& app) {
   const auto service = model_->hw->servicesIs(app);
   service->afIs(application.af);
   service->protocolDelAll();
-  for (const Range& range : application.proto) service->protocolIs(range);
+  for (const Range& range : application.proto) service->protocolIs(inOrder(range));
   for (const auto& [which, wanted] : wantedPorts) {
-    for (const Range& range : wanted) {
+    for (const Range& each : wanted) {
+      const Range& range = inOrder(each);
       if (model_->in.capability->portRangeBlocksRequired) {
         for (const Range& block : alignedBlocks(range)) service->portIs(which, block);
       } else {

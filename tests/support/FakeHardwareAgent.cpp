@@ -23,6 +23,14 @@ bool hasComparableText(const Kiv::TreeChange& change) {
          change.value.find('@') == std::string::npos;
 }
 
+// What a reference says changes when that leaves its owner, untold.
+Tables withoutReferences(Tables tables) {
+  for (auto& [path, text] : tables) {
+    if (text.find('@') != std::string::npos) text = "@";
+  }
+  return tables;
+}
+
 Tables tablesOf(Kiv::Object& root) {
   Tables tables;
   Kiv::Inspector(root).each(
@@ -123,7 +131,7 @@ void FakeHardwareAgent::checkLinks() const {
 
 void FakeHardwareAgent::checkAtRest() const {
   EXPECT_FALSE(hwConfig_->updateInProgress());
-  EXPECT_EQ(tables_, tablesOf(*hwConfig_));
+  EXPECT_EQ(withoutReferences(tables_), withoutReferences(tablesOf(*hwConfig_)));
   checkLinks();
 }
 
