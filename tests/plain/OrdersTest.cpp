@@ -23,14 +23,21 @@ Lines outputAfter(const History& history) {
   return lines;
 }
 
-// `expected` is a line of the output that the changes are to bring.
-void expectTheSameInEveryOrder(const History& before, History changes,
-                               const std::string& expected) {
+// `expected` is a line of the output that the changes are to bring. `owners` are what the paths of
+// some changes lead through: each is made right before the first change that needs it.
+void expectTheSameInEveryOrder(const History& before, History changes, const std::string& expected,
+                               const History& owners = {}) {
   std::ranges::sort(changes);
   Lines first;
   do {
     History history = before;
-    history.insert(history.end(), changes.begin(), changes.end());
+    for (const std::string& change : changes) {
+      for (const std::string& owner : owners) {
+        if (change.starts_with(owner + "/") && std::ranges::count(history, owner) == 0)
+          history.push_back(owner);
+      }
+      history.push_back(change);
+    }
     const Lines output = outputAfter(history);
     if (first.empty()) first = output;
     ASSERT_GT(std::ranges::count(output, expected), 0) << Plain::asTest(history);
@@ -99,6 +106,125 @@ TEST(Orders, InterfaceOfAClassMapItsVrfAndTheSegmentArriveInAnyOrder) {
        "+ source/cli/vrf/red/segment/a/className = __VRF_red_segment_a",
        "+ ip/ipIntfStatus/Ethernet1 = red"},
       "vrf/red/segment/a/intfVlanRangeSet/Ethernet1/className = __VRF_red_segment_a");
+}
+
+TEST(Orders, SegmentSwitchesItsListInAnyOrder) {
+  expectTheSameInEveryOrder(
+      enabledSource({"+ lists/main", "+ lists/main/matchIpv4PrefixList/x",
+                     "+ lists/main/matchIpv4PrefixList/x/subnets/10.0.0.0%2F8",
+                     "+ source/cli/vrf/red/segment/a",
+                     "+ source/cli/vrf/red/segment/a/prefixIpv4Ml = matchList:x",
+                     "+ acl/prefixList/y"}),
+      {"+ source/cli/vrf/red/segment/a/prefixIpv4Ml = prefixList:y",
+       "+ acl/prefixList/y/prefixEntry/10 = prefix=10.1.0.0/16,action=permit",
+       "+ acl/prefixList/y/prefixEntry/20 = prefix=10.2.0.0/16,action=deny",
+       "- lists/main/matchIpv4PrefixList/x",
+       "+ source/cli/vrf/red/segment/a/prefixIpv6Ml = matchList:x"},
+      "vrf/red/segment/a/subnets/10.1.0.0%2F16 = true");
+}
+
+TEST(Orders, ListsOfBothFamiliesAndTheirPathArriveInAnyOrder) {
+  expectTheSameInEveryOrder(
+      enabledSource({"+ cap/globalPrefixListSupported = true", "+ source/cli/vrf/red/segment/a"}),
+      {"+ lists/main", "+ lists/main/matchIpv4PrefixList/x/subnets/10.0.0.0%2F8",
+       "+ source/cli/vrf/red/segment/a/prefixIpv4Ml = matchList:x",
+       "+ source/cli/vrf/red/segment/a/prefixIpv6Ml = matchList:x",
+       "+ lists/main/matchIpv6PrefixList/x/subnets/::%2F0"},
+      "vrf/red/prefixList/10.0.0.0%2F8 = a",
+      {"+ lists/main/matchIpv4PrefixList/x", "+ lists/main/matchIpv6PrefixList/x"});
+}
+
+TEST(Orders, SubscriberAndServiceWithForwardingSegmentsArriveInAnyOrder) {
+  expectTheSameInEveryOrder(
+      enabledSource({"+ cap/forwardingSegmentsPolicySupported = true", "+ source/cli/policy/p",
+                     "+ intf/intfStatus/Ethernet1", "+ ip/ipIntfStatus/Ethernet1 = red",
+                     "+ source/cli/classMap/__VRF_red_segment_a", "+ source/cli/vrf/red/segment/a",
+                     "+ source/cli/vrf/red/segment/b"}),
+      {"+ source/cli/classMap/__VRF_red_segment_a/intfVlanData/Ethernet1",
+       "+ source/cli/vrf/red/segment/a/className = __VRF_red_segment_a",
+       "+ source/cli/vrf/red/segment/a/policy/b = p",
+       "+ source/cli/vrf/red/segment/b/policy/forwarding-segments = p"},
+      "vrf/red/segment/b/fromSegment/a = segment=@a,policy=@p");
+}
+
+TEST(Orders, L2SegmentWithVlansOfItsClassMapArrivesInAnyOrder) {
+  expectTheSameInEveryOrder(
+      enabledSource({"+ intf/intfStatus/Ethernet1", "+ source/cli/l2SegmentDir = l2",
+                     "+ source/cli/classMap/__segment_v",
+                     "+ source/cli/classMap/__segment_v/intfVlanData/Ethernet1",
+                     "+ source/cli/l2SegmentDir/segment/v"}),
+      {"+ source/cli/classMap/__segment_v/intfVlanData/Ethernet1/vlanRange/100-101",
+       "+ source/cli/classMap/__segment_v/intfVlanData/Ethernet1/vlanRange/200",
+       "+ source/cli/l2SegmentDir/segment/v/className = __segment_v", "+ source/cli/policy/p",
+       "+ source/cli/l2SegmentDir/segment/v/fallbackPolicy = p"},
+      "l2Seg/segment/v/intfVlanRangeSet/Ethernet1/vlanRange/100-101 = ");
+}
+
+TEST(Orders, PolicyIsReplacedByAnotherInAnyOrder) {
+  expectTheSameInEveryOrder(
+      enabledSource({"+ source/cli/policy/p", "+ source/cli/vrf/red/segment/a",
+                     "+ source/cli/vrf/red/segment/b", "+ apps/app/web", "+ apps/app/web/proto/6",
+                     "+ source/cli/vrf/red/segment/a/policy/b = p",
+                     "+ source/cli/vrf/red/segment/a/fallbackPolicy = p"}),
+      {"- source/cli/policy/p", "+ source/cli/policy/q",
+       "+ source/cli/vrf/red/segment/a/policy/b = q",
+       "+ source/cli/vrf/red/segment/a/fallbackPolicy = q", "- apps/app/web/proto/6"},
+      "vrf/red/segment/a/fallbackPolicy = @q");
+}
+
+TEST(Orders, ApplicationLosesItsSetsAndProtocolsInAnyOrder) {
+  expectTheSameInEveryOrder(
+      enabledSource({"+ source/cli/policy/p", "+ apps/app/web", "+ apps/app/web/proto/6",
+                     "+ apps/app/web/proto/17", "+ sets/fieldSetL4Port/s",
+                     "+ sets/fieldSetL4Port/s/subConfig = sub",
+                     "+ sets/fieldSetL4Port/s/subConfig/ports/80-443", "+ sets/fieldSetIpPrefix/t",
+                     "+ sets/fieldSetIpPrefix/t/subConfig = sub",
+                     "+ sets/fieldSetIpPrefix/t/subConfig/prefixes/10.0.0.0%2F8",
+                     "+ apps/app/web/dstPortFieldSet = s", "+ apps/app/web/srcPrefixFieldSet = t",
+                     "+ source/cli/policy/p/rule/10 = service=web"}),
+      {"- apps/app/web/proto/6",
+       "+ apps/app/web/dstPortFieldSet = ", "- sets/fieldSetIpPrefix/t/subConfig/prefixes",
+       "- sets/fieldSetL4Port/s", "+ source/cli/policy/p/rule/10 = service=web,log=true"},
+      "policy/p/rule/41943041 = seqnum=10,sip=unset,dip=unset,protocol=17,dstPort=0-65535,"
+      "srcPort=0-65535,action=drop,log=true,nexthop=none");
+}
+
+TEST(Orders, SourceGoesAndItsVrfChangesInAnyOrder) {
+  expectTheSameInEveryOrder(
+      enabledSource({"+ source/cli/vrf/red/segment/a", "+ source/gnmi", "+ source/gnmi/vrf/blue",
+                     "+ ip/vrf/blue", "+ source/gnmi/vrf/blue/segment/b",
+                     "+ source/gnmi/enabled = true", "+ source/cli/policy/p"}),
+      {"- source/gnmi", "+ source/cli/vrf/blue", "+ source/cli/vrf/blue/segment/c",
+       "+ source/cli/vrf/red/segment/a/fallbackPolicy = p", "- ip/vrf/red"},
+      "vrf/blue/segment/c = ", {"+ source/cli/vrf/blue"});
+}
+
+TEST(Orders, InterfaceMovesToAnotherVrfInAnyOrder) {
+  expectTheSameInEveryOrder(
+      enabledSource({"+ intf/intfStatus/Ethernet1", "+ ip/ipIntfStatus/Ethernet1 = red",
+                     "+ source/cli/vrf/red/segment/a", "+ ip/vrf/blue", "+ source/cli/vrf/blue",
+                     "+ source/cli/vrf/blue/segment/a",
+                     "+ source/cli/vrf/red/segment/a/className = __VRF_red_segment_a",
+                     "+ source/cli/classMap/__VRF_red_segment_a",
+                     "+ source/cli/classMap/__VRF_red_segment_a/intfVlanData/Ethernet1",
+                     "+ source/cli/classMap/__VRF_blue_segment_a"}),
+      {"+ ip/ipIntfStatus/Ethernet1 = blue",
+       "- source/cli/classMap/__VRF_red_segment_a/intfVlanData/Ethernet1",
+       "+ source/cli/classMap/__VRF_blue_segment_a/intfVlanData/Ethernet1",
+       "+ source/cli/vrf/blue/segment/a/className = __VRF_blue_segment_a",
+       "+ source/cli/vrf/red/segment/a/className = "},
+      "vrf/blue/segment/a/intfVlanRangeSet/Ethernet1/className = __VRF_blue_segment_a");
+}
+
+TEST(Orders, SecondSourceWithTheSameVrfIsEnabledAmongChangesInAnyOrder) {
+  expectTheSameInEveryOrder(
+      enabledSource({"+ source/gnmi", "+ source/gnmi/vrf/red", "+ source/gnmi/policy/q",
+                     "+ source/cli/vrf/red/segment/a"}),
+      {"+ source/gnmi/enabled = true", "+ source/gnmi/vrf/red/segment/b",
+       "+ source/gnmi/vrf/red/segment/b/policy/a = q",
+       "+ source/gnmi/vrf/red/segment/b/fallbackPolicy = q", "+ source/cli/policy/p"},
+      "vrf/red/segment/b/fromSegment/a = segment=@a,policy=@q",
+      {"+ source/gnmi/vrf/red/segment/b"});
 }
 
 }  // namespace
