@@ -10,6 +10,8 @@ namespace {
 constexpr std::size_t endless = std::numeric_limits<std::size_t>::max();
 
 std::atomic<std::size_t> allocationsLeft = endless;
+std::atomic<std::size_t> failuresLeft = endless;
+std::atomic<std::size_t> failures = 0;
 std::atomic<std::size_t> live = 0;
 
 void* counted(void* memory) {
@@ -20,8 +22,13 @@ void* counted(void* memory) {
 
 void checkMemoryIsLeft() {
   if (allocationsLeft == endless) return;
-  if (allocationsLeft == 0) throw std::bad_alloc();
-  --allocationsLeft;
+  if (allocationsLeft > 0) {
+    --allocationsLeft;
+  } else if (failuresLeft > 0) {
+    --failuresLeft;
+    ++failures;
+    throw std::bad_alloc();
+  }
 }
 
 void release(void* memory) noexcept {
@@ -48,8 +55,14 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { rel
 
 namespace FailingNew {
 
-Scope::Scope(std::size_t count) noexcept { allocationsLeft = count; }
+Scope::Scope(std::size_t count) noexcept : Scope(count, endless) {}
+Scope::Scope(std::size_t count, std::size_t failing) noexcept {
+  allocationsLeft = count;
+  failuresLeft = failing;
+  failures = 0;
+}
 Scope::~Scope() { allocationsLeft = endless; }
+std::size_t Scope::failed() noexcept { return failures; }
 
 std::size_t liveAllocations() noexcept { return live; }
 
