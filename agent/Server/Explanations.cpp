@@ -47,7 +47,7 @@ constexpr std::string_view firstClaim =
     "Give such a prefix to its segment as a global prefix.";
 constexpr std::string_view globalOfTwo =
     "A global prefix in two sources goes to the segment that was named last, after a restart to "
-    "that of the first source by name. Give it in one source.";
+    "that of the source that joined the directory first. Give it in one source.";
 constexpr std::string_view globalOfDisabled =
     "The global prefixes of a disabled source still keep match lists off the VRF-wide list. Remove "
     "them before disabling it.";

@@ -38,6 +38,34 @@ class CheckTest(unittest.TestCase):
         self.assertNotEqual(code, 0)
 
 
+class BehaviourTest(CheckTest):
+
+    def setUp(self):
+        super().setUp()
+        self.write("docs/behaviour.md", "# Title\n\nText.\n\n- A rule drops.\n- Ports count.\n")
+        self.write("tests/behaviour/RulesTest.cpp",
+                   "// A rule\n// drops.\nTEST_F(A, B) {}\n\n// Ports count.\nTEST(C, D) {}\n")
+
+    def check(self):
+        return self.run_check(HERE / "check_behaviour.py", "--root", self.root)
+
+    def test_is_content_where_each_line_has_its_test(self):
+        self.assertEqual(self.check(), (0, "2 lines, each with its test\n"))
+
+    def test_finds_a_line_without_a_test(self):
+        with (self.root / "docs/behaviour.md").open("a", encoding="utf-8") as document:
+            document.write("- Names are reused.\n")
+        self.assert_finds(self.check(), "no test has this above it: Names are reused.")
+
+    def test_finds_a_test_whose_line_has_gone(self):
+        self.write("docs/behaviour.md", "- A rule drops.\n")
+        self.assert_finds(self.check(), "not a line of docs/behaviour.md: Ports count.")
+
+    def test_finds_a_test_without_a_line(self):
+        self.write("tests/behaviour/OtherTest.cpp", "TEST_F(E, F) {}\n")
+        self.assert_finds(self.check(), "OtherTest.cpp: a test without a comment above it")
+
+
 class IncludeGraphTest(CheckTest):
 
     def setUp(self):
