@@ -48,6 +48,17 @@ lives:
 	cmake --build --preset release --target test_plain
 	FIREWALL_LIVES=$(LIVES) build/release/tests/test_plain
 
+## make nightly        hours of random lives (LIVES) and of fuzzing (FUZZ_SECONDS for each program)
+.PHONY: nightly
+nightly: LIVES ?= 20000
+nightly: FUZZ_SECONDS ?= 3600
+nightly:
+	$(MAKE) lives LIVES=$(LIVES)
+	tools/setup.sh build test clang
+	cmake --preset fuzz
+	cmake --build --preset fuzz
+	tools/fuzz.sh $(FUZZ_SECONDS)
+
 ## make memcheck       one long scenario under valgrind
 .PHONY: memcheck
 memcheck:

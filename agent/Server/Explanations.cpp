@@ -65,7 +65,7 @@ constexpr std::string_view interfaceLater =
     "map and add it again, or route it.";
 constexpr std::string_view interfaceGone =
     "An interface that goes stays bound where its class map had bound it, until it is removed from "
-    "that or routed no more. Remove it from the class map first.";
+    "that. Remove it from the class map first.";
 constexpr std::string_view classMapsOfTwo =
     "Of two sources with a class map of one name, the one that removes an interface or the class "
     "map unbinds it for both. Define it in one source.";

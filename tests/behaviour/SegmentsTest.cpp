@@ -136,7 +136,7 @@ TEST_F(Segments, LaterInterfaceIsNotBound) {
 }
 
 // An interface that goes stays bound where its class map had bound it, until it is removed from
-// that or routed no more. Remove it from the class map first.
+// that. Remove it from the class map first.
 TEST_F(Segments, InterfaceThatGoesStaysBound) {
   given({"- intf/intfStatus/Ethernet1"});
   EXPECT_TRUE(has(intf_));
