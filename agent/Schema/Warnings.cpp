@@ -9,6 +9,7 @@
 
 #include "Firewall/RuleId.h"
 #include "agent/Document/Count.h"
+#include "agent/Schema/Claims.h"
 #include "agent/Schema/DocumentPath.h"
 #include "agent/Schema/Expansion.h"
 #include "agent/Schema/Schema.h"
@@ -63,11 +64,6 @@ class Warner {
         expandsRules_(textAt(at(switch_, "hwCapability"), "serviceRuleSupported") != "true"),
         hasGlobalList_(textAt(at(switch_, "hwCapability"), "globalPrefixListSupported") == "true") {
     vrfs_.insert("default");
-    for (const char* part : {"matchIpv4PrefixList", "matchIpv6PrefixList"}) {
-      for (const Member& list : at(root, part).members) {
-        prefixes_ += at(list.value, "subnets").members.size();
-      }
-    }
     for (const Member& intf : at(switch_, "ipIntfStatus").members) {
       routedIn_.emplace(intf.key.text, intf.value.text);
     }
@@ -336,21 +332,17 @@ class Warner {
     }
   }
 
-  struct Claim {
-    std::string_view segment;
-    const Node* source;
-    bool isTold;
-  };
-
   // Notes which segment claims a prefix of the list first.
   void claim(std::string_view vrf, const Node& segment, const Node& source, const Node& list) {
     claimPaths_.emplace(&source, path_.text());
-    auto& claims = claims_[vrf];
-    if (claims.empty()) claims.reserve(prefixes_);
+    Claims& claims = claims_[vrf];
+    std::unordered_map<std::string_view, std::size_t> told;  // the other segment to its double
     const auto one = [&](std::string_view prefix) {
-      const auto [entry, isNew] = claims.try_emplace(prefix, Claim{segment.text, &source, false});
-      if (isNew || entry->second.segment == segment.text) return;
-      doubles_.push_back({prefix, segment.text, &source, &entry->second, vrf});
+      const std::string_view first = claims.first(prefix, segment.text);
+      if (first == segment.text) return;
+      const auto [entry, isNew] = told.try_emplace(first, doubles_.size());
+      if (isNew) doubles_.push_back({prefix, &source, first, vrf, 0});
+      ++doubles_[entry->second].count;
     };
     for (const Member& subnet : at(list, "subnets").members) one(subnet.key.text);
     for (const char* entries : {"prefixEntry", "ipv6PrefixEntry"}) {
@@ -360,40 +352,22 @@ class Warner {
     }
   }
 
+  // The prefixes of a list that another segment claims too.
   struct Double {
-    std::string_view prefix;
-    std::string_view segment;
+    std::string_view prefix;  // the first
     const Node* source;
-    const Claim* first;
+    std::string_view other;
     std::string_view vrf;
+    std::size_t count;
   };
 
-  // One line for each pair of segments, with the first prefix and the count.
   void claims() {
-    struct Told {
-      const Double* first;
-      std::size_t count;
-    };
-    std::vector<Told> pairs;
     for (const Double& each : doubles_) {
-      bool isKnown = false;
-      for (Told& told : pairs) {
-        if (told.first->source != each.source ||
-            told.first->first->segment != each.first->segment) {
-          continue;
-        }
-        ++told.count;
-        isKnown = true;
-      }
-      if (!isKnown) pairs.push_back({&each, 1});
-    }
-    for (const Told& told : pairs) {
-      const Double& each = *told.first;
       std::string text = std::string(each.prefix);
-      if (told.count > 1) {
-        text += " and " + grouped(told.count - 1) + " more prefix" + (told.count > 2 ? "es" : "");
+      if (each.count > 1) {
+        text += " and " + grouped(each.count - 1) + " more prefix" + (each.count > 2 ? "es" : "");
       }
-      text += " of this list: the segment " + inQuotes(each.first->segment) + " claims the same; ";
+      text += " of this list: the segment " + inQuotes(each.other) + " claims the same; ";
       const std::string_view owner = globalOwner(each.vrf, each.prefix);
       if (hasGlobalList_ && sourcesWith(each.vrf) > 1) {
         text +=
@@ -403,7 +377,7 @@ class Warner {
       } else if (!owner.empty()) {
         text += inQuotes(owner) + " owns it by the VRF's global prefixes";
       } else {
-        text += inQuotes(each.first->segment) + " owns it in the VRF-wide list, as the first";
+        text += inQuotes(each.other) + " owns it in the VRF-wide list, as the first";
       }
       diagnostics_.warning(each.source->place, claimPaths_[each.source], std::move(text));
     }
@@ -437,10 +411,9 @@ class Warner {
   std::unordered_map<std::string_view, Names> segments_;             // by VRF
   std::unordered_map<std::string_view, std::string_view> routedIn_;  // interface to VRF
   std::unordered_map<std::string_view, Expansion> expansions_;       // by application
-  std::unordered_map<std::string_view, std::unordered_map<std::string_view, Claim>> claims_;
-  std::unordered_map<const Node*, std::string> claimPaths_;  // by the list source
+  std::unordered_map<std::string_view, Claims> claims_;              // by VRF
+  std::unordered_map<const Node*, std::string> claimPaths_;          // by the list source
   std::vector<Double> doubles_;
-  std::size_t prefixes_ = 0;  // of all match lists
   const Node* classMaps_ = &nothing();
   bool expandsRules_;
   bool hasGlobalList_;
