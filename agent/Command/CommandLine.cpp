@@ -71,9 +71,9 @@ class CommandLine {
         ->type_name("NUMBER")
         ->capture_default_str();
     app_.add_option("--color", options_.color)
-        ->description("auto, always or never")
+        ->description("auto: on a terminal, unless NO_COLOR is set")
         ->check(oneOf({"auto", "always", "never"}))
-        ->type_name("WHEN")
+        ->option_text("auto|always|never")
         ->capture_default_str();
     app_.add_option("--flight-recorder", options_.flightRecorder)
         ->description("trace into this file, which fleetlog reads")
@@ -193,9 +193,9 @@ class CommandLine {
         ->description("where the packet comes in")
         ->type_name("INTF[:VLAN]");
     trace->add_option("--expect", packet_.expect)
-        ->description("permit or drop: status 1 when it is the other")
+        ->description("status 1 when it is the other")
         ->check(oneOf({"permit", "drop"}))
-        ->type_name("VERDICT");
+        ->option_text("permit|drop");
     const auto part = [trace](const std::string& name, std::string& text, const std::string& what) {
       return trace->add_option(name, text)->description(what)->type_name("");
     };
@@ -263,9 +263,9 @@ class CommandLine {
                   return writeOutput(made.at(which_)(), output_);
                 });
     generate->add_option("WHAT", which_)
-        ->description("man, bash, zsh, fish or schema")
+        ->description("the man page, a shell's completion, or the schema")
         ->check(oneOf({"man", "bash", "zsh", "fish", "schema"}))
-        ->type_name("")
+        ->option_text("man|bash|zsh|fish|schema")
         ->required();
     generate->add_option("-o,--output", output_)
         ->description("where to; standard output otherwise")

@@ -1,7 +1,9 @@
 #include "agent/Command/Generate.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <functional>
+#include <sstream>
 #include <string_view>
 #include <vector>
 
@@ -9,9 +11,10 @@ namespace Agent {
 namespace {
 
 struct Option {
-  std::vector<std::string> names;  // with their dashes; none of a positional
+  std::vector<std::string> names;  // with their dashes; the one name of a positional
   std::string metavariable;        // empty: a flag
   std::string description;
+  std::vector<std::string> choices;  // empty: anything
 };
 
 struct CommandText {
@@ -19,20 +22,33 @@ struct CommandText {
   std::string description;
   std::string footer;
   std::vector<Option> options;
-  std::vector<std::string> positionals;
+  std::vector<Option> positionals;
   std::vector<std::string> subcommands;
 };
+
+// The words of "auto|always|never"; none where it is one.
+std::vector<std::string> choicesOf(const std::string& text) {
+  std::vector<std::string> choices;
+  if (text.find('|') == std::string::npos) return choices;
+  std::istringstream words(text);
+  for (std::string word; std::getline(words, word, '|');) choices.push_back(word);
+  return choices;
+}
 
 CommandText textOf(const CLI::App& app, const std::string& name) {
   CommandText text{name, app.get_description(), app.get_footer(), {}, {}, {}};
   for (const CLI::Option* const option : app.get_options()) {
+    const std::string& shown = option->get_option_text();
+    Option one{{},
+               shown.empty() ? option->get_type_name() : shown,
+               option->get_description(),
+               choicesOf(shown)};
     if (option->get_positional()) {
-      text.positionals.push_back(option->get_name(true));
+      one.names.push_back(option->get_name(true));
+      text.positionals.push_back(std::move(one));
       continue;
     }
-    Option one{{},
-               option->get_expected_max() > 0 ? option->get_type_name() : "",
-               option->get_description()};
+    if (option->get_expected_max() == 0) one.metavariable.clear();
     for (const std::string& letter : option->get_snames()) one.names.push_back("-" + letter);
     for (const std::string& word : option->get_lnames()) one.names.push_back("--" + word);
     text.options.push_back(std::move(one));
@@ -79,6 +95,10 @@ std::string roff(std::string_view text) {
 }
 
 void manOptions(std::string& page, const CommandText& command) {
+  for (const Option& positional : command.positionals) {
+    page += ".TP\n\\fI" + roff(positional.names.front()) + "\\fR\n\\&" +
+            roff(positional.description) + "\n";
+  }
   for (const Option& option : command.options) {
     const bool isHelp = option.names.back().rfind("--help", 0) == 0;
     if (isHelp && !command.name.empty()) continue;  // it is told once
@@ -109,6 +129,30 @@ std::string commandCases(const std::vector<CommandText>& commands) {
   return text;
 }
 
+// Cases of a shell that take "<command> <option>" to the option's choices.
+std::string choiceCases(const std::vector<CommandText>& commands, const std::string& begin,
+                        const std::string& end) {
+  std::string text;
+  for (const CommandText& command : commands) {
+    for (const Option& option : command.options) {
+      if (option.choices.empty()) continue;
+      // The options of the program itself are those of every command.
+      const std::string name = command.name.empty() ? "*'" : "'" + command.name;
+      text.append("    ").append(name).append(" ").append(option.names.back()).append("') ");
+      text.append(begin).append(joined(option.choices, " ")).append(end).append(" ;;\n");
+    }
+  }
+  return text;
+}
+
+std::vector<std::string> choicesOfPositionals(const CommandText& command) {
+  std::vector<std::string> words;
+  for (const Option& positional : command.positionals) {
+    words.insert(words.end(), positional.choices.begin(), positional.choices.end());
+  }
+  return words;
+}
+
 std::vector<std::string> optionWords(const CommandText& command) {
   std::vector<std::string> words;
   for (const Option& option : command.options) {
@@ -130,10 +174,11 @@ std::string manPage(const CLI::App& app) {
   for (const CommandText& command : commands) {
     if (command.name.empty()) continue;
     page += ".SS fwagent " + roff(command.name);
-    for (const std::string& positional : command.positionals) page += " " + roff(positional);
+    for (const Option& each : command.positionals) page += " " + roff(each.names.front());
     page += "\n\\&" + roff(command.description) + "\n";
     manOptions(page, command);
-    if (!command.footer.empty()) page += ".PP\n" + roff(command.footer) + "\n";
+    const std::size_t example = std::min(command.footer.find("Example:"), command.footer.size());
+    page += ".PP\n" + roff(command.footer.substr(example)) + "\n";
   }
   return page +
          ".SH EXIT STATUS\n0 done; 1 the answer is no; 2 wrong usage or refused configuration; "
@@ -152,10 +197,13 @@ std::string bashCompletion(const CLI::App& app) {
   const std::string common = joined(optionWords(commands.front()), " ");
   for (const CommandText& command : commands) {
     text += "    '" + command.name + "') words='" + joined(command.subcommands, " ") + " " +
-            joined(optionWords(command), " ") + (command.name.empty() ? "" : " " + common) +
-            "' ;;\n";
+            joined(choicesOfPositionals(command), " ") + " " + joined(optionWords(command), " ") +
+            (command.name.empty() ? "" : " " + common) + "' ;;\n";
   }
   return text +
+         "  esac\n"
+         "  case \"$command ${COMP_WORDS[COMP_CWORD-1]}\" in\n" +
+         choiceCases(commands, "mapfile -t COMPREPLY < <(compgen -W '", "' -- \"$word\"); return") +
          "  esac\n"
          "  mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$word\")\n"
          "  [[ $word == -* ]] || mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -f -- "
@@ -174,14 +222,17 @@ std::string zshCompletion(const CLI::App& app) {
   text += commandCases(commands);
   text += "  esac\ndone\nlocal -a known\ncase \"$command\" in\n";
   for (const CommandText& command : commands) {
-    text += "  '" + command.name + "') known=(" + joined(command.subcommands, " ");
+    text += "  '" + command.name + "') known=(" + joined(command.subcommands, " ") + " " +
+            joined(choicesOfPositionals(command), " ");
     for (const CommandText* each : {&command, &commands.front()}) {
       if (each == &commands.front() && command.name.empty()) continue;
       text += " " + joined(optionWords(*each), " ");
     }
     text += ") ;;\n";
   }
-  return text + "esac\ncompadd -a known\n_files\n";
+  return text + "esac\ncase \"$command ${words[CURRENT-1]}\" in\n" +
+         choiceCases(commands, "known=(", "); compadd -a known; return") +
+         "esac\ncompadd -a known\n_files\n";
 }
 
 std::string fishCompletion(const CLI::App& app) {
@@ -199,6 +250,9 @@ std::string fishCompletion(const CLI::App& app) {
     for (const std::string& name : command.subcommands) {
       text.append(line).append(" -a ").append(name).append("\n");
     }
+    for (const std::string& word : choicesOfPositionals(command)) {
+      text.append(line).append(" -a ").append(word).append("\n");
+    }
     // The options of the program itself are those of every command.
     const std::string options = command.name.empty() ? "complete -c fwagent" : line;
     for (const Option& option : command.options) {
@@ -206,7 +260,11 @@ std::string fishCompletion(const CLI::App& app) {
       for (const std::string& name : option.names) {
         text += name[1] == '-' ? " -l " + name.substr(2) : " -s " + name.substr(1);
       }
-      text += option.metavariable.empty() ? "" : " -r";
+      if (!option.choices.empty()) {
+        text += " -x -a '" + joined(option.choices, " ") + "'";
+      } else if (!option.metavariable.empty()) {
+        text += " -r";
+      }
       text += " -d '" + shellText(option.description) + "'\n";
     }
   }

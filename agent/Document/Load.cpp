@@ -51,9 +51,26 @@ std::vector<std::string> filesOf(const std::vector<std::string>& paths, Diagnost
   return files;
 }
 
+// Closed with its scope; standard input is not.
+class InputFile {
+ public:
+  explicit InputFile(const std::string& path)
+      : descriptor_(path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+  ~InputFile() {
+    if (descriptor_ > STDIN_FILENO) ::close(descriptor_);
+  }
+  int descriptor() const noexcept { return descriptor_; }
+
+ private:
+  int descriptor_;
+};
+
 // All of the file; none, with the reason in `why`.
 std::optional<std::string> contentOf(const std::string& path, std::string& why) {
-  const int file = path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const InputFile input(path);
+  const int file = input.descriptor();
   if (file < 0) {
     why = std::string("cannot be read: ") + std::strerror(errno);
     return std::nullopt;
@@ -77,7 +94,6 @@ std::optional<std::string> contentOf(const std::string& path, std::string& why) 
   }
   if (got < 0) why = std::string("cannot be read: ") + std::strerror(errno);
   if (isTooLarge) why = "is larger than 256 MiB";
-  if (path != "-") ::close(file);
   if (!why.empty()) return std::nullopt;
   return content;
 }

@@ -1,6 +1,7 @@
 #include "agent/Schema/Expansion.h"
 
 #include <algorithm>
+#include <limits>
 #include <vector>
 
 #include "agent/Document/Count.h"
@@ -21,6 +22,12 @@ const Node* fieldSet(const Node& root, const Node* application, std::string_view
   const Node* const name = below(application, field);
   if (name == nullptr) return nullptr;
   return below(below(below(root.find(part), name->text), "subConfig"), values);
+}
+
+// The largest number there is where the product is larger.
+std::uint64_t product(std::uint64_t a, std::uint64_t b) {
+  std::uint64_t result = 0;
+  return __builtin_mul_overflow(a, b, &result) ? std::numeric_limits<std::uint64_t>::max() : result;
 }
 
 std::uint64_t ranges(const Node* set, bool asBlocks) {
@@ -75,8 +82,9 @@ Expansion Expansion::of(const Node& root, std::string_view application) {
 
 std::uint64_t Expansion::rules() const noexcept {
   if (matchesNothing()) return 0;
-  return std::max<std::uint64_t>(sources_, 1) * std::max<std::uint64_t>(destinations_, 1) *
-         headers_;
+  return product(
+      product(std::max<std::uint64_t>(sources_, 1), std::max<std::uint64_t>(destinations_, 1)),
+      headers_);
 }
 
 std::string Expansion::arithmetic() const {

@@ -221,8 +221,12 @@ class Warner {
       tell(rule.key, "a sequence number above " + std::to_string(Firewall::maxRuleSeqnum) +
                          " has no place in a hardware rule's identifier; the rule makes none");
     } else if (expandsRules_ && expansion.rules() > limits_.maxExpansion) {
-      tell(rule.key,
-           "becomes " + grouped(expansion.rules()) + " hardware rules: " + expansion.arithmetic());
+      const std::string lost =
+          expansion.rules() > Firewall::maxRuleIndex
+              ? ", of which " + grouped(Firewall::maxRuleIndex) + " have an identifier"
+              : "";
+      tell(rule.key, "becomes " + grouped(expansion.rules()) + " hardware rules" + lost + ": " +
+                         expansion.arithmetic());
     }
     const std::string_view nexthop = textAt(rule.value, "nexthop");
     if (textAt(rule.value, "action") == "redirect" && (nexthop.empty() || nexthop == "none")) {

@@ -166,6 +166,10 @@ TEST(Generate, TheCompletionOfBashKnowsCommandsAndOptions) {
   EXPECT_EQ(completed("fwagent explain seg", 2), "segment\n");
   EXPECT_EQ(completed("fwagent diff --exi", 2), "--exit-code\n");
   EXPECT_EQ(completed("fwagent compile --time --flig", 3), "--flight-recorder\n");
+  EXPECT_EQ(completed("fwagent compile --format y", 3), "yaml\n");
+  EXPECT_EQ(completed("fwagent diff --format y", 3), "\n");
+  EXPECT_EQ(completed("fwagent trace --color al", 3), "always\n");
+  EXPECT_EQ(completed("fwagent generate fi", 2), "fish\n");
 }
 
 // What fish itself would offer for the line.
@@ -187,6 +191,8 @@ TEST(Generate, TheCompletionOfFishKnowsCommandsAndOptions) {
   EXPECT_NE(offeredByFish(script, "fwagent diff --exi").find("--exit-code"), std::string::npos);
   EXPECT_NE(offeredByFish(script, "fwagent run --flig").find("--flight-recorder"),
             std::string::npos);
+  EXPECT_EQ(offeredByFish(script, "fwagent compile --format y").substr(0, 5), "yaml\t");
+  EXPECT_NE(offeredByFish(script, "fwagent generate sch").find("schema"), std::string::npos);
 }
 
 // What the completion adds in zsh for the words, of which the last is not finished.
@@ -210,6 +216,9 @@ TEST(Generate, TheCompletionOfZshKnowsCommandsAndOptions) {
   EXPECT_NE(addedInZsh(script, "fwagent diff ''", 3).find("\n--exit-code\n"), std::string::npos);
   EXPECT_NE(addedInZsh(script, "fwagent run ''", 3).find("\n--flight-recorder\n"),
             std::string::npos);
+  EXPECT_EQ(addedInZsh(script, "fwagent check --color ''", 4), "\nauto\nalways\nnever\n");
+  EXPECT_EQ(addedInZsh(script, "fwagent diff --format ''", 4), "\ntext\njson\n");
+  EXPECT_NE(addedInZsh(script, "fwagent generate ''", 3).find("\nschema\n"), std::string::npos);
 }
 
 }  // namespace

@@ -76,6 +76,20 @@ TEST(Warning, AnExpansionAboveTheLimitWithItsArithmetic) {
             "3 sources x 1 destination x 17 of protocols and ports\n");
 }
 
+TEST(Warning, AnExpansionThatIdentifiersCannotHold) {
+  std::string ports;
+  for (int port = 0; port < 2049; ++port) ports += std::to_string(port) + ", ";
+  const std::string text =
+      "app: {web: {proto: [tcp], dstPortFieldSet: p, srcPortFieldSet: p}}\n"
+      "fieldSetL4Port: {p: {ports: [" +
+      ports + "]}}\n" + rule("10", "web");
+  EXPECT_EQ(
+      warnings(text),
+      "a.yaml:3:36: warning: source/cli/policy/p/rule/10: becomes 4,198,401 hardware rules, of "
+      "which 4,194,303 have an identifier: 1 source x 1 destination x 4,198,401 of protocols "
+      "and ports\n");
+}
+
 TEST(Warning, ARedirectWithoutANexthop) {
   EXPECT_EQ(warnings("app: {web: {proto: [tcp]}}\n" + rule("10", "web", "redirect")),
             "a.yaml:2:63: warning: source/cli/policy/p/rule/10: redirects without a nexthop to "
