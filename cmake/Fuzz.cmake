@@ -1,8 +1,8 @@
 # Each tests/fuzz/<name>.cpp is a program, fuzz_<name>, that takes any bytes; a few inputs to begin with
 # are in tests/fuzz/corpus/<name>/.
 #
-# With FIREWALL_FUZZ it is a libFuzzer program, and ctest runs it for a fixed number of inputs. Otherwise
-# it runs the inputs of its corpus, and ctest does that.
+# With FIREWALL_FUZZ it is a libFuzzer program, and ctest runs it for a number of inputs, or a minute.
+# Otherwise it runs the inputs of its corpus, and ctest does that.
 if(FIREWALL_TEST_NAMES)
   return()
 endif()
@@ -19,7 +19,7 @@ foreach(source IN LISTS fuzz_sources)
     target_link_options(${name} PRIVATE -fsanitize=fuzzer)
     set(found ${PROJECT_BINARY_DIR}/fuzz/corpus/${stem})
     file(MAKE_DIRECTORY ${found})
-    set(inputs -seed=1 -runs=${FIREWALL_FUZZ_RUNS} ${found} ${corpus})
+    set(inputs -seed=1 -runs=${FIREWALL_FUZZ_RUNS} -max_total_time=60 ${found} ${corpus})
     if(NOT IS_DIRECTORY ${corpus})
       list(REMOVE_ITEM inputs ${corpus})
     endif()
