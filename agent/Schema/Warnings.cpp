@@ -147,6 +147,7 @@ class Warner {
     std::vector<Lanx::RangeMaskGen<std::uint16_t>::Entry> blocks;
     Lanx::RangeMaskGen<std::uint16_t>::run(range.start, range.end, blocks);
     std::vector<std::uint16_t> starts;
+    starts.reserve(blocks.size());
     for (const auto& block : blocks) starts.push_back(block.low);
     return starts;
   }
