@@ -136,9 +136,82 @@ void compareChanges(std::uint32_t segments) {
         Bench::kept<Output>([=] { return std::make_shared<Output>(segments); }, writeChange)}});
 }
 
+// Segments that all receive from "forwarding-segments", which stands for the ten with an interface
+// that receive from them.
+struct Forwarding {
+  explicit Forwarding(std::uint32_t segments) {
+    const Pith::String policy = "policy";
+    sw.source->policyIs(policy);
+    const auto vrf = sw.vrf("red");
+    for (std::uint32_t s = 0; s < linksOfSegment; ++s) {
+      const Pith::String className = Bench::named("__VRF_red_segment_", s);
+      const Lanx::IntfId intf(std::string_view("Ethernet" + std::to_string(s)));
+      sw.interface(intf, L3::VrfName("red"));
+      sw.source->classMapIs(className)->intfVlanDataIs(intf);
+      const auto subscriber = vrf->segmentIs(Bench::named("subscriber", s));
+      subscriber->classNameIs(className);
+      for (std::uint32_t i = 0; i < segments; ++i) subscriber->policyIs(World::name(i), policy);
+    }
+    for (std::uint32_t i = 0; i < segments; ++i) {
+      vrf->segmentIs(World::name(i))->policyIs("forwarding-segments", policy);
+    }
+    sw.start();
+  }
+
+  Bench::Switch sw;
+};
+
+void forward(Forwarding& world, Bench::Life& life) {
+  for (const auto& segment : world.sw.hwConfig->vrf(L3::VrfName("red"))->segment()) {
+    if (segment->intfVlanRangeSet().empty()) segment->fromSegmentDelAll();
+  }
+  life.time("on", [&] { world.sw.hwCapability->forwardingSegmentsPolicySupportedIs(true); });
+  world.sw.hwCapability->forwardingSegmentsPolicySupportedIs(false);
+}
+
+// The links that a segment has with forwarding-segments.
+struct ForwardedOutput {
+  explicit ForwardedOutput(std::uint32_t segments) {
+    for (std::uint32_t s = 0; s < linksOfSegment; ++s) {
+      vrf->segmentIs(Bench::named("subscriber", s));
+    }
+    for (std::uint32_t i = 0; i < segments; ++i) vrf->segmentIs(World::name(i));
+    count = segments;
+  }
+
+  Firewall::HwConfig::Ptr hwConfig = Kiv::make<Firewall::HwConfig>();
+  Pith::Ptr<Firewall::FwVrf> vrf = hwConfig->vrfIs(L3::VrfName("red"));
+  Firewall::FwPolicy::Ptr policy = hwConfig->policyIs("policy");
+  std::uint32_t count = 0;
+};
+
+void writeForwarded(ForwardedOutput& output, Bench::Life& life) {
+  for (const auto& segment : output.vrf->segment()) segment->fromSegmentDelAll();
+  life.time("on", [&] {
+    for (std::uint32_t i = 0; i < output.count; ++i) {
+      const auto segment = output.vrf->segment(World::name(i));
+      for (std::uint32_t s = 0; s < linksOfSegment; ++s) {
+        const Pith::String from = Bench::named("subscriber", s);
+        segment->fromSegmentIs(from, output.vrf->segment(from), output.policy);
+      }
+    }
+  });
+}
+
+void compareForwarding(std::uint32_t segments) {
+  const auto makeOutput = [=] { return std::make_shared<ForwardedOutput>(segments); };
+  Bench::compare(
+      "4c Forwarding-segments, " + std::to_string(segments) + " segments",
+      segments * linksOfSegment,
+      {{"reactors",
+        Bench::kept<Forwarding>([=] { return std::make_shared<Forwarding>(segments); }, forward)},
+       {"writes alone", Bench::kept<ForwardedOutput>(makeOutput, writeForwarded)}});
+}
+
 const bool registered = [] {
   for (const std::uint32_t segments : {100U, 1'000U, 10'000U}) compareStarts(segments);
   for (const std::uint32_t segments : {100U, 1'000U, 10'000U}) compareChanges(segments);
+  for (const std::uint32_t segments : {100U, 1'000U, 10'000U}) compareForwarding(segments);
   return true;
 }();
 

@@ -1,10 +1,11 @@
-// A full source enabled and disabled: nobody watching the output, somebody watching all of it, and
-// the flight recorder on; beside the same writes to the output without reactors. An entry is a
-// prefix.
+// A full source enabled and disabled, beside the same writes to the output without reactors; and
+// with the flight recorder on, beside the same with it off, nobody or somebody watching all of the
+// output. An entry is a prefix.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "bench/Firewall/Switch.h"
 #include "framework/Fleetlog/Fleetlog.h"
@@ -62,14 +63,18 @@ void enableAndDisable(World& world, Bench::Life& life) {
   life.time("disable", [&] { world.sw.source->enabledIs(false); });
 }
 
-// Counts what it is told.
+// Keeps what it is told.
 class Watcher final : public Kiv::TreeWatcher {
  public:
   using TreeWatcher::TreeWatcher;
 
  private:
-  void onChange(const Kiv::TreeChange& /*change*/) override { ++changes_; }
-  std::uint64_t changes_ = 0;
+  void onChange(const Kiv::TreeChange& change) override {
+    changes_.push_back(change.path);
+    values_.push_back(change.value);
+  }
+  std::vector<std::string> changes_;
+  std::vector<std::string> values_;
 };
 
 void watched(World& world, Bench::Life& life) {
@@ -77,10 +82,11 @@ void watched(World& world, Bench::Life& life) {
   enableAndDisable(world, life);
 }
 
-void recorded(World& world, Bench::Life& life) {
+// What `live` does, with the flight recorder on.
+void recorded(World& world, Bench::Life& life, void (*live)(World&, Bench::Life&)) {
   static Fleetlog::TraceFile file;
   Fleetlog::traceFileIs(&file);
-  enableAndDisable(world, life);
+  live(world, life);
   Fleetlog::traceFileIs(nullptr);
 }
 
@@ -120,14 +126,29 @@ void write(const Size& size, Bench::Life& life) {
   });
 }
 
+// The flight recorder on and off in the same world.
+void compareRecorder(const std::string& title, const Size& size,
+                     void (*live)(World&, Bench::Life&)) {
+  const auto world = Bench::inOne<World>([=] { return std::make_shared<World>(size); });
+  const auto record = [=](World& each, Bench::Life& life) { recorded(each, life, live); };
+  Bench::compare(title + ", " + std::to_string(size.vrfs) + " VRFs", size.prefixes(),
+                 {{"recorded", Bench::kept<World>(world, record)},
+                  {"not recorded", Bench::kept<World>(world, live)}});
+}
+
 const bool registered = [] {
-  for (const Size size : {Size{1}, Size{8}, Size{64}}) {
+  constexpr Size sizes[] = {{1}, {8}, {64}};
+  for (const Size size : sizes) {
     const auto make = [=] { return std::make_shared<World>(size); };
-    Bench::compare("6 A full source, " + std::to_string(size.vrfs) + " VRFs", size.prefixes(),
+    Bench::compare("6a A full source, " + std::to_string(size.vrfs) + " VRFs", size.prefixes(),
                    {{"reactors", Bench::kept<World>(make, enableAndDisable)},
-                    {"writes alone", [=](Bench::Life& life) { write(size, life); }},
-                    {"watched", Bench::kept<World>(make, watched)},
-                    {"recorded", Bench::kept<World>(make, recorded)}});
+                    {"writes alone", [=](Bench::Life& life) { write(size, life); }}});
+  }
+  for (const Size size : sizes) {
+    compareRecorder("6b A full source recorded", size, enableAndDisable);
+  }
+  for (const Size size : sizes) {
+    compareRecorder("6c A full source recorded and watched", size, watched);
   }
   return true;
 }();

@@ -84,4 +84,14 @@ std::function<void(Life&)> kept(std::function<std::shared_ptr<World>()> make,
   };
 }
 
+// For kept(): contenders that live in one world, made at the first turn of any of them.
+template <class World>
+std::function<std::shared_ptr<World>()> inOne(std::function<std::shared_ptr<World>()> make) {
+  return [make = std::move(make), last = std::make_shared<std::weak_ptr<World>>()] {
+    auto world = last->lock();
+    if (!world) *last = world = make();
+    return world;
+  };
+}
+
 }  // namespace Bench

@@ -2,6 +2,8 @@
 // size, made by tools/configurations.py, and of the data of real networks where they are, a full
 // routing table among them.
 //
+// The comparisons time each step of `fwagent compile` apart, for the whole configuration.
+//
 // One change commits a document with one rule other; the reading of the document is part of it, as
 // in `fwagent run --watch`.
 #include <benchmark/benchmark.h>
@@ -11,12 +13,15 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
 
 #include "agent/Document/Load.h"
 #include "agent/Schema/Check.h"
 #include "agent/Schema/Warnings.h"
 #include "agent/Store/Reconcile.h"
+#include "agent/View/CompiledTree.h"
+#include "bench/framework/Table.h"
 
 namespace {
 
@@ -100,6 +105,33 @@ void configurationChanged(benchmark::State& state) {
     apply(planOf(store, document.root), store);
   }
 }
+
+void compile(std::int64_t number, Bench::Life& life) {
+  const std::string& file = configuration(number);
+  std::optional<Agent::Document> document;
+  life.time("parse and validate", [&] { document = documentOf(file); });
+  Agent::Store store;
+  life.time("publish", [&] { apply(planOf(store, document->root), store); });
+  life.time("react", [&] { store.start(); });
+  life.time("print", [&] { benchmark::DoNotOptimize(compiledTree(store, true)); });
+}
+
+const bool registered = [] {
+  const auto compareSteps = [](const std::string& what, std::int64_t number) {
+    const std::string title = "8 The agent, " + what;
+    if (number != 0 && realData().empty()) {
+      benchmark::RegisterBenchmark(
+          title.c_str(), [](benchmark::State& state) { state.SkipWithError("no such data here"); });
+      return;
+    }
+    const auto live = [=](Bench::Life& life) { compile(number, life); };
+    Bench::compare(title, 1, {{"fwagent", live}}, 1);
+  };
+  compareSteps("synthetic", 0);
+  compareSteps("real data", 1);
+  compareSteps("a full routing table", 2);
+  return true;
+}();
 
 // 0: 100,000 prefixes, 1,000 services, 10,000 rules; 1: real data; 2: a full routing table.
 BENCHMARK(configurationRead)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
