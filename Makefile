@@ -100,17 +100,22 @@ format:
 picture:
 	tools/include_graph.py
 
-## make bench          runs all benchmarks
+## make bench          runs all benchmarks; the table and its picture in docs/ are written anew
 ## make bench-smoke    runs each benchmark for a moment, to see that it runs
 ## make bench-instructions  counts the instructions of the reactors' benchmarks; a rise of a tenth fails
 .PHONY: bench bench-smoke bench-instructions
-bench: bench_target = bench_run
+bench: bench_target = bench_report
 bench-smoke: bench_target = bench_smoke
 bench-instructions: bench_target = bench_instructions
 bench bench-smoke bench-instructions:
 	tools/setup.sh build test bench valgrind
 	cmake --preset release -D FIREWALL_BENCH=ON
 	cmake --build --preset release --target $(bench_target)
+
+## make bench-plots    prints the table of the kept figures, and draws it and its picture into docs/
+.PHONY: bench-plots
+bench-plots:
+	tools/bench_report.py
 
 ## make coverage       line and branch coverage of the libraries, in build/coverage/report
 .PHONY: coverage

@@ -1,0 +1,263 @@
+#!/usr/bin/env python3
+"""The table of docs/performance.md and its picture, from what the benchmarks measured.
+
+  bench_report.py [--measured <folder>]   prints the table, and draws it and the picture into docs/
+  bench_report.py --check                 fails if docs/ has other ones than the kept figures give
+
+With --measured, the JSON that the benchmark programs wrote into that folder is condensed into
+bench/results/ first: a figure that is not there stays as it is kept.
+"""
+
+import argparse
+import json
+import pathlib
+import re
+import sys
+
+from bench_plot import draw
+
+DOCUMENT = "docs/performance.md"
+PICTURE = "docs/performance.svg"
+RESULTS = "bench/results/figures.json"
+BEGIN = "<!-- table: written by tools/bench_report.py -->\n"
+END = "<!-- end of table -->\n"
+
+# "2a One rule changed, 1000 rules": the comparison of "2a One rule changed, # rules" at 1000.
+TITLE = re.compile(r"(?P<title>\d[a-z]? [^/]*)(/.*)?")
+SIZE = re.compile(r"(.*\D)(\d+)(\D*)")
+
+
+def condensed(folder):
+    """{series: {size: {figure: value}}} of the programs' JSON; a figure of ours stands under its name,
+    the best of the others under that and ":best"."""
+    series = {}
+    for path in sorted(folder.glob("*.json")):
+        for run in json.loads(path.read_text(encoding="utf-8"))["benchmarks"]:
+            title = TITLE.fullmatch(run["name"])
+            if not title or run.get("error_occurred"):
+                continue
+            name, size = title["title"], "0"
+            if found := SIZE.fullmatch(name):
+                name, size = f"{found[1]}#{found[3]}", found[2]
+            known = {"name", "family_index", "per_family_instance_index", "run_name", "run_type",
+                     "repetitions", "repetition_index", "threads", "iterations", "real_time",
+                     "cpu_time", "time_unit"}
+            series.setdefault(name, {})[size] = {
+                figure: float(f"{value:.4g}")
+                for figure, value in sorted(run.items()) if figure not in known}
+    return series
+
+
+class Series:
+    """The figures of one comparison over its sizes."""
+
+    def __init__(self, results, name):
+        if name not in results:
+            sys.exit(f"{RESULTS} has no {name!r}")
+        by_size = results[name]
+        self.sizes = sorted(by_size, key=int)
+        self.by_size = [by_size[size] for size in self.sizes]
+
+    def ours(self, figure):
+        return [figures[figure] for figures in self.by_size]
+
+    def others(self, figure):
+        return [figures[f"{figure}:best"] for figures in self.by_size]
+
+    def ratios(self, figure):
+        return [a / b for a, b in zip(self.ours(figure), self.others(figure))]
+
+
+def shown(value):
+    """Two or three digits."""
+    return f"{value:,.0f}" if value >= 100 else f"{value:.2g}" if value < 10 else f"{value:.0f}"
+
+
+def grown(values):
+    return f"{max(values) / min(values):.1f} ×"
+
+
+def span(values, unit):
+    low, high = shown(min(values)), shown(max(values))
+    return f"{low} {unit}" if low == high else f"{low} to {high} {unit}"
+
+
+def times(values):
+    """Nanoseconds as they are best read."""
+    for unit, factor in (("s", 1e9), ("ms", 1e6), ("µs", 1e3)):
+        if min(values) >= factor:
+            return span([value / factor for value in values], unit)
+    return span(values, "ns")
+
+
+# What a line of the table asks of a comparison: it gives what was wanted, got, and whether that is
+# reached (None where nothing was wanted).
+
+def ratio(figure, most, other):
+    def judged(series):
+        ratios = series.ratios(figure)
+        return f"at most {most:g} × {other}", span(ratios, "×"), max(ratios) <= most
+    return judged
+
+
+def flat(figure, most=2, show=times):
+    def judged(series):
+        ours = series.ours(figure)
+        got = f"{show(ours)}: {grown(ours)}"
+        if all(f"{figure}:best" in figures for figures in series.by_size):
+            others = series.others(figure)
+            got += f" (beside it {show(others)}, {grown(others)})"
+        return f"flat within {most:g} ×", got, max(ours) / min(ours) <= most
+    return judged
+
+
+def seen(*figures):
+    def judged(series):
+        return "", "; ".join(f"{figure} {times(series.ours(figure))}" for figure in figures), None
+    return judged
+
+
+def whole(figures, entries):
+    """Of the largest size, not for an entry but in all."""
+    def judged(series):
+        largest = int(series.sizes[-1])
+        got = [f"{figure} {times([series.ours(figure)[-1] * entries(largest)])}, "
+               f"{shown(series.ratios(figure)[-1])} × the writes alone" for figure in figures]
+        got.append(f"{series.ours('bytes')[-1] * entries(largest) / 2**20:,.0f} MiB, "
+                   f"{shown(series.ratios('bytes')[-1])} ×")
+        return "", "; ".join(got), None
+    return judged
+
+
+def count(values):
+    return span(values, "bytes")
+
+
+def prefixes(vrfs):
+    return vrfs * 50 * 156
+
+
+TABLE = [
+    ("1 Expansion, # rules", "one rule expands to {} hardware rules",
+     [ratio("expand", 2, "a btree with end hint"), flat("expand"), ratio("bytes", 1.3, "the record")]),
+    ("2a One rule changed, # rules", "one rule changed in a policy of {}, for each hardware rule",
+     [flat("change")]),
+    ("2b A service's version raised, # services", "the version of one of {} services raised, for each hardware rule",
+     [flat("raise")]),
+    ("3a A match list, # prefixes", "a list of {} applied, for each prefix",
+     [ratio("apply", 3, "two insertions into flat_hash_map"), seen("switch", "withdraw")]),
+    ("3b One prefix changed, list of #", "one prefix of a list of {} changed",
+     [flat("one added"), flat("one withdrawn")]),
+    ("3c One prefix changed, # other segments", "one prefix changed among {} other segments",
+     [flat("one added"), flat("one withdrawn")]),
+    ("4a Start-up, # segments", "start-up of {} segments, for each link", [flat("start")]),
+    ("4b One segment or policy, among #", "one segment or policy among {}, for each of ten links",
+     [seen("segment added", "segment removed", "policy added", "policy removed")]),
+    ("4c Forwarding-segments, # segments", "forwarding-segments on, {} segments, for each link",
+     [seen("on")]),
+    ("5a An interface, # segments", "an interface bound among {} segments", [seen("bind", "unbind")]),
+    ("5b A VLAN range, # segments", "a VLAN range changed among {}", [seen("range added", "range removed")]),
+    ("6a A full source, # VRFs", "a full source of 64 VRFs", [whole(["enable", "disable"], prefixes)]),
+    ("6b A full source recorded, # VRFs", "the flight recorder on, {} VRFs",
+     [ratio("enable", 1.15, "without, enabling"), ratio("disable", 1.15, "without, disabling")]),
+    ("6c A full source recorded and watched, # VRFs", "the same with one subscriber",
+     [ratio("enable", 1.15, "without, enabling"), ratio("disable", 1.15, "without, disabling")]),
+    ("7 A list for each segment, # segments", "{} segments with a list each, for each",
+     [flat("start"), flat("bytes", show=count)]),
+    ("8 The agent, synthetic", "the agent, 10,000 rules",
+     [seen("parse and validate", "publish", "react", "print")]),
+    ("8 The agent, real data", "the agent, real data",
+     [seen("parse and validate", "publish", "react", "print")]),
+]
+
+PANELS = [
+    ("1 Expansion, # rules", "expand", "rules"),
+    ("2a One rule changed, # rules", "change", "rules of the policy"),
+    ("2b A service's version raised, # services", "raise", "services"),
+    ("3a A match list, # prefixes", "apply", "prefixes"),
+    ("3b One prefix changed, list of #", "one added", "prefixes of the list"),
+    ("3c One prefix changed, # other segments", "one added", "other segments"),
+    ("4a Start-up, # segments", "start", "segments"),
+    ("4b One segment or policy, among #", "segment added", "segments"),
+    ("4c Forwarding-segments, # segments", "on", "segments"),
+    ("5a An interface, # segments", "bind", "segments"),
+    ("5b A VLAN range, # segments", "range added", "segments"),
+    ("6a A full source, # VRFs", "enable", "VRFs"),
+    ("6b A full source recorded, # VRFs", "enable", "VRFs"),
+    ("7 A list for each segment, # segments", "start", "segments"),
+    ("7 A list for each segment, # segments", "bytes", "segments"),
+]
+
+
+def table_of(results):
+    lines = ["| row | wanted | got | |", "|---|---|---|---|"]
+    for name, what, wishes in TABLE:
+        series = Series(results, name) if name in results else None
+        row = name.split()[0]
+        if series is None:
+            lines.append(f"| {row} {what} | | not measured: no data here | |")
+            continue
+        what = what.format(f"{int(series.sizes[0]):,} to {int(series.sizes[-1]):,}")
+        for wish in wishes:
+            wanted, got, is_reached = wish(series)
+            verdict = {True: "reached", False: "**missed**", None: ""}[is_reached]
+            lines.append(f"| {row} {what} | {wanted} | {got} | {verdict} |")
+    return "\n".join(lines) + "\n"
+
+
+def picture_of(results):
+    panels = []
+    for name, figure, across in PANELS:
+        series = Series(results, name)
+        has_others = all(f"{figure}:best" in figures for figures in series.by_size)
+        panels.append({
+            "title": f"{name.split(',')[0]}: {figure}" + ("" if figure == "bytes" else ", ns"),
+            "across": across,
+            "sizes": [int(size) for size in series.sizes],
+            "ours": series.ours(figure),
+            "others": series.others(figure) if has_others else []})
+    return draw(panels)
+
+
+def with_table(document, table):
+    before, begin, rest = document.partition(BEGIN)
+    _, end, after = rest.partition(END)
+    if not begin or not end:
+        sys.exit(f"{DOCUMENT}: the markers of the table are gone")
+    return before + begin + table + end + after
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--measured", type=pathlib.Path, metavar="FOLDER")
+    parser.add_argument("--check", action="store_true", help="change nothing")
+    parser.add_argument("--root", type=pathlib.Path, help="the top of the tree",
+                        default=pathlib.Path(__file__).resolve().parent.parent)
+    arguments = parser.parse_args()
+
+    kept = arguments.root / RESULTS
+    results = json.loads(kept.read_text(encoding="utf-8")) if kept.exists() else {}
+    if arguments.measured:
+        for name, sizes in condensed(arguments.measured).items():
+            results.setdefault(name, {}).update(sizes)
+        kept.write_text(json.dumps(results, indent=1, sort_keys=True) + "\n", encoding="utf-8")
+
+    document = arguments.root / DOCUMENT
+    picture = arguments.root / PICTURE
+    table = table_of(results)
+    wanted = {document: with_table(document.read_text(encoding="utf-8"), table),
+              picture: picture_of(results)}
+    stale = [path for path, text in wanted.items()
+             if not path.exists() or path.read_text(encoding="utf-8") != text]
+    if arguments.check:
+        if stale:
+            names = ", ".join(str(path.relative_to(arguments.root)) for path in stale)
+            sys.exit(f"{names}: stale; write it again with: make bench-plots")
+        return
+    for path in stale:
+        path.write_text(wanted[path], encoding="utf-8")
+    print(table, end="")
+
+
+if __name__ == "__main__":
+    main()
