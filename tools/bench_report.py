@@ -168,6 +168,8 @@ TABLE = [
      [seen("parse and validate", "publish", "react", "print")]),
     ("8 The agent, real data", "the agent, real data",
      [seen("parse and validate", "publish", "react", "print")]),
+    ("8 The agent, a full routing table", "the agent, a full routing table",
+     [seen("parse and validate", "publish", "react", "print")]),
 ]
 
 PANELS = [
