@@ -167,7 +167,8 @@ std::string_view Explanations::of(const std::string& path) const {
   if (first == "defaultPolicyDrop" || first == "forwardType") {
     if (!running_.hwConfig->active()) return lastValues;
     const auto isDisabled = [](const Firewall::Config& source) { return !source.enabled(); };
-    return sourcesWith(isDisabled) != 0 ? switchesOfAll : std::string_view();
+    const bool isOfOther = running_.sourceHasLeft() || sourcesWith(isDisabled) != 0;
+    return isOfOther ? switchesOfAll : std::string_view();
   }
   if (first == "policy") return ofPolicy(path, steps);
   if (first == "services") return ofService(path, steps);
@@ -184,7 +185,9 @@ std::string_view Explanations::ofPolicy(const std::string& path, const Steps& st
   if (sourcesWith([&](const auto& source) { return !source.enabled() && has(source); }) != 0) {
     return disabledLeavesPolicies;
   }
-  if (steps.size() < 4 || steps[2] != "rule") return {};
+  const std::string_view left =
+      running_.sourceHasLeft() && fresh_.count(path) == 0 ? disabledLeavesPolicies : "";
+  if (steps.size() < 4 || steps[2] != "rule") return left;
   const auto seqnum = Firewall::ruleSeqnum(static_cast<std::uint32_t>(std::stoul(steps[3])));
   const std::string rules = path.substr(0, path.rfind('/'));
   if (rulesOf(now_, rules, seqnum) == rulesOf(fresh_, rules, seqnum)) return identifiersReused;
@@ -203,7 +206,7 @@ std::string_view Explanations::ofPolicy(const std::string& path, const Steps& st
       if (other == fresh_.end() || !(other->second == ports)) return of(portPath);
     }
   }
-  return {};
+  return left;
 }
 
 bool Explanations::portsOverlap(const Pith::String& service) const {
@@ -236,7 +239,7 @@ std::string_view Explanations::ofVrf(const std::string& path, const Steps& steps
   const auto has = [&vrf](const Firewall::Config& source) { return source.vrf(vrf) != nullptr; };
   if (steps.size() == 2 && fresh_.count(path) == 0 && sourcesWith(has) > 1) return vrfLeft;
   const auto isLeft = [&](const auto& source) { return !source.enabled() && has(source); };
-  return sourcesWith(isLeft) != 0 ? disabledLeavesSegments : std::string_view();
+  return sourcesWith(isLeft) != 0 ? disabledLeavesSegments : ofLeft(path);
 }
 
 // Who owns a VRF-wide prefix.
@@ -256,13 +259,20 @@ std::string_view Explanations::ofOwner(const std::string& path, const Steps& ste
   };
   if (sourcesWith(namesNone) != 0) return globalOfNone;
   // Both know an owner, and both owners hold it.
-  if (now_.count(path) == 0 || fresh_.count(path) == 0) return {};
+  if (now_.count(path) == 0 || fresh_.count(path) == 0) return ofLeft(path);
   const auto compiled = running_.hwConfig->vrf(vrf);
   std::size_t holders = 0;
   for (const auto& segment : compiled->segment()) {
     for (const auto& entry : segment->subnets()) holders += Lanx::IpGenPrefix(entry.key) == prefix;
   }
   return holders > 1 ? firstClaim : std::string_view();
+}
+
+// What is there that the configuration has not: of a source that has gone.
+std::string_view Explanations::ofLeft(const std::string& path) const {
+  const auto fresh = fresh_.find(path);
+  const bool isLeft = fresh == fresh_.end() || fresh->second.text.empty();
+  return running_.sourceHasLeft() && isLeft ? disabledLeavesSegments : "";
 }
 
 std::string_view Explanations::ofSegment(const std::string& path, const Steps& steps,
@@ -282,6 +292,8 @@ std::string_view Explanations::ofSegment(const std::string& path, const Steps& s
   };
   const auto isLeft = [&](const auto& source) { return !source.enabled() && segmentOf(source); };
   if (sourcesWith(isLeft) != 0) return disabledLeavesSegments;
+  if (!isL2 && !ofLeft(path).empty()) return disabledLeavesSegments;
+  if (isL2 && running_.sourceHasLeft()) return oneL2Directory;
   if (steps.size() <= at + 1) return {};
   const std::string& what = steps[at + 1];
   const bool isMissing = now_.count(path) == 0;

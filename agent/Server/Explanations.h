@@ -39,6 +39,7 @@ class Explanations {
   std::string_view ofVrf(const std::string& path, const Steps& steps) const;
   std::string_view ofSegment(const std::string& path, const Steps& steps, bool isL2) const;
   std::string_view ofOwner(const std::string& path, const Steps& steps) const;
+  std::string_view ofLeft(const std::string& path) const;
   std::string_view ofLink(const std::string& path, bool namesForwarding) const;
   bool portsOverlap(const Pith::String& service) const;
 

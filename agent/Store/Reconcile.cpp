@@ -217,6 +217,13 @@ class Planner {
   Plan& plan_;
 };
 
+bool isAnyEnabled(const Store& store) {
+  for (auto entry = store.sources->entityPtrIteratorConst(); entry; ++entry) {
+    if (store.source(entry.key())->enabled()) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 Plan planOf(Store& store, const Node& root) {
@@ -246,6 +253,9 @@ void apply(const Plan& plan, Store& store) {
   for (auto write = plan.erasures.rbegin(); write != plan.erasures.rend(); ++write) {
     write->attribute->erase(*write->object, write->key);
   }
+  // Where none is enabled the output is empty.
+  const bool isSomeGone = !plan.switchedOff.empty() || !plan.goneSources.empty();
+  store.sourceHasLeftIs((store.sourceHasLeft() || isSomeGone) && isAnyEnabled(store));
   for (const Pith::String& name : plan.switchedOn) store.source(name)->enabledIs(true);
   if (plan.changesCapabilities && store.isStarted()) resync(store);
 }
@@ -257,6 +267,7 @@ void resync(Store& store) {
     if (config && config->enabled()) enabled.push_back(config);
   }
   for (const auto& config : enabled) config->enabledIs(false);
+  store.sourceHasLeftIs(false);
   for (const auto& config : enabled) config->enabledIs(true);
 }
 

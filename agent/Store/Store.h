@@ -35,6 +35,11 @@ class Store {
   void stop();
   bool isStarted() const noexcept { return root_ != nullptr; }
 
+  // A source was switched off or went beside an enabled one since everything was last compiled from
+  // nothing: what it leaves in the output is not of the configuration any more.
+  bool sourceHasLeft() const noexcept { return sourceHasLeft_; }
+  void sourceHasLeftIs(bool hasLeft) noexcept { sourceHasLeft_ = hasLeft; }
+
   // The object of an input type of which there is one (Schema.h's Part::owner).
   Kiv::Object& input(const Kiv::TypeData& type) const;
   // The object at a path, its first step one of the names that `show` lists; null for none.
@@ -66,6 +71,7 @@ class Store {
 
  private:
   Firewall::RootDirSm::Ptr root_;
+  bool sourceHasLeft_ = false;
 };
 
 }  // namespace Agent
