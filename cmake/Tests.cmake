@@ -22,7 +22,8 @@ function(firewall_test folder)
     # A sanitized program takes longer to start than most tests to run: all of a folder in one.
     add_test(NAME ${folder} COMMAND ${name} --gtest_brief=1
       WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
-    set_tests_properties(${folder} PROPERTIES LABELS ${folder} TIMEOUT 900)
+    set_tests_properties(${folder} PROPERTIES LABELS ${folder} TIMEOUT 900
+      ENVIRONMENT FIREWALL_LIVES=4)
     return()
   endif()
   gtest_discover_tests(${name}

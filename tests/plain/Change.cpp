@@ -82,6 +82,21 @@ Steps keysOf(const Map& map) {
   return keys;
 }
 
+void refuseLongNames(const Change& change) {
+  const auto check = [](const std::string& name, std::size_t longest) {
+    if (name.size() > longest)
+      throw Refused(name + " has more bytes than " + std::to_string(longest));
+  };
+  for (std::size_t at = 1; at < change.steps.size(); ++at) {
+    const std::string& collection = change.steps[at - 1];
+    if (collection == "vrf") check(change.steps[at], 100);
+    const bool isIntf = collection == "intfVlanData" || collection.ends_with("ntfStatus");
+    if (isIntf) check(change.steps[at], 64);
+  }
+  if (change.kind == Change::Kind::write && change.steps.at(1) == "ipIntfStatus")
+    check(change.text, 100);
+}
+
 bool endsAtCollection(const Steps& steps) {
   static const std::set<std::string> collections{
       "source",    "lists",           "vrf",         "policy",
@@ -215,6 +230,7 @@ bool ModelInputs::apply(const Change& change) {
     model_->stop();
     return true;
   }
+  refuseLongNames(change);
   if (endsAtCollection(change.steps)) {
     const auto keys = keysAt(change.steps);
     if (!keys) return false;
@@ -274,7 +290,6 @@ bool ModelInputs::applySource(const Change& change) {
   }
   const std::string& key = steps.at(3);
   if (what == "vrf") {
-    if (key.size() > 100) throw Refused("the name of a VRF has at most 100 bytes");
     if (steps.size() > 4) return applySegmentDir(config->vrf.get(key), steps, 4, change);
     return setChild(*config, what, key, config->vrf, std::make_shared<SegmentDir>(), erase);
   }

@@ -53,10 +53,13 @@ std::string Generator::source() {
 
 std::string Generator::config() { return "source/" + of(sources); }
 
+// Sometimes one that is too long.
+std::string Generator::vrfName() { return chance(2) ? std::string(101, 'v') : of(vrfs); }
+std::string Generator::intfName() { return chance(2) ? std::string(65, 'i') : of(interfaces); }
+
 std::string Generator::vrf() {
   if (chance(25)) return sign() + config() + "/l2SegmentDir" + " = l2";
-  if (chance(2)) return sign() + config() + "/vrf/" + std::string(101, 'v');
-  return sign() + config() + "/vrf/" + of(vrfs);
+  return sign() + config() + "/vrf/" + vrfName();
 }
 
 std::string Generator::segmentDir() {
@@ -111,7 +114,7 @@ std::string Generator::policy() {
 std::string Generator::classMap() {
   const std::string name = config() + "/classMap/" + className();
   if (chance(30)) return sign() + name;
-  const std::string intf = name + "/intfVlanData/" + of(interfaces);
+  const std::string intf = name + "/intfVlanData/" + intfName();
   if (chance(50)) return sign() + intf;
   return sign() + intf + "/vlanRange/" + of({"1", "100-199", "100-120", "4000-4094", "199-100"});
 }
@@ -144,11 +147,11 @@ std::string Generator::prefixLists() {
 std::string Generator::status() {
   switch (below(3)) {
     case 0:
-      return sign() + "ip/vrf/" + of(vrfs);
+      return sign() + "ip/vrf/" + vrfName();
     case 1:
-      return sign() + "ip/ipIntfStatus/" + of(interfaces) + " = " + of(vrfs);
+      return sign() + "ip/ipIntfStatus/" + intfName() + " = " + vrfName();
     default:
-      return sign() + "intf/intfStatus/" + of(interfaces);
+      return sign() + "intf/intfStatus/" + intfName();
   }
 }
 

@@ -39,6 +39,8 @@ class Generator {
   static std::vector<std::string> parentsOf(const std::string& line);
   std::string source();
   std::string config();
+  std::string vrfName();
+  std::string intfName();
   std::string vrf();
   std::string segmentDir();
   std::string inSegment();

@@ -23,7 +23,7 @@ std::uint64_t numberFrom(const char* variable, std::uint64_t otherwise) {
 }
 
 TEST(Lives, LibraryDoesWhatThePlainModelDoes) {
-  const std::uint64_t lives = numberFrom("FIREWALL_LIVES", 40);
+  const std::uint64_t lives = numberFrom("FIREWALL_LIVES", 30);
   const std::uint64_t first = numberFrom("FIREWALL_LIVES_SEED", std::random_device()());
   std::cout << lives << " lives from FIREWALL_LIVES_SEED=" << first << std::endl;
   for (std::uint64_t seed = first; seed < first + lives; ++seed) {
