@@ -57,6 +57,9 @@ constexpr std::string_view globalOfNone =
 constexpr std::string_view listsOfTwo =
     "Of two sources that choose lists for one segment the last wins, and its subnets replace the "
     "other's. Choose in one source.";
+constexpr std::string_view noneChosen =
+    "Choosing none keeps the subnets while any other source, even a disabled one, names a list of "
+    "the family for the segment. Choose none there too.";
 constexpr std::string_view twoPermits =
     "A prefix that two entries of a prefix list permit goes with the first entry that is removed. "
     "Permit it once.";
@@ -72,6 +75,12 @@ constexpr std::string_view classMapsOfTwo =
 constexpr std::string_view stillSubscriber =
     "A segment that lost its interfaces still counts as a subscriber, also when it is reported on "
     "the service side, and services keep their links from it. Remove the segment and add it again.";
+constexpr std::string_view segmentOfTwo =
+    "Of two sources with a segment of one name, what either stops to name goes for both: links, "
+    "the fallback policy, the class map. Give a segment to one source.";
+constexpr std::string_view fallbackLeft =
+    "Of two sources with a segment of one name, the one that removes it leaves the fallback policy "
+    "that it had named. Clear that first.";
 constexpr std::string_view policyLater =
     "A policy that appears after \"forwarding-segments\" named it does not link the subscribers. "
     "Remove the entry and add it again.";
@@ -98,11 +107,14 @@ constexpr std::array allLines{
     globalOfNone,
     globalOfDisabled,
     listsOfTwo,
+    noneChosen,
     twoPermits,
     interfaceLater,
     interfaceGone,
     classMapsOfTwo,
     stillSubscriber,
+    segmentOfTwo,
+    fallbackLeft,
     policyLater,
     linksLeft,
     linksReplaced,
@@ -233,11 +245,12 @@ std::string_view Explanations::ofService(const std::string& path, const Steps& s
 }
 
 std::string_view Explanations::ofVrf(const std::string& path, const Steps& steps) const {
-  if (steps.size() > 2 && steps[2] == "prefixList") return ofOwner(path, steps);
-  if (steps.size() > 3) return ofSegment(path, steps, false);
   const L3::VrfName vrf(steps[1]);
   const auto has = [&vrf](const Firewall::Config& source) { return source.vrf(vrf) != nullptr; };
-  if (steps.size() == 2 && fresh_.count(path) == 0 && sourcesWith(has) > 1) return vrfLeft;
+  const std::string vrfPath = path.substr(0, path.find('/', path.find('/') + 1));
+  if (fresh_.count(vrfPath) == 0 && sourcesWith(has) > 1) return vrfLeft;
+  if (steps.size() > 2 && steps[2] == "prefixList") return ofOwner(path, steps);
+  if (steps.size() > 3) return ofSegment(path, steps, false);
   const auto isLeft = [&](const auto& source) { return !source.enabled() && has(source); };
   return sourcesWith(isLeft) != 0 ? disabledLeavesSegments : ofLeft(path);
 }
@@ -258,6 +271,15 @@ std::string_view Explanations::ofOwner(const std::string& path, const Steps& ste
     return names(source) && !source.vrf(vrf)->segment(*source.vrf(vrf)->prefix(prefix));
   };
   if (sourcesWith(namesNone) != 0) return globalOfNone;
+  const auto chooses = [&](const Firewall::Config& source) {
+    const auto there = source.vrf(vrf);
+    if (!there) return false;
+    for (const auto& segment : there->segment()) {
+      if (!segment->prefixIpv4Ml().isNone() || !segment->prefixIpv6Ml().isNone()) return true;
+    }
+    return false;
+  };
+  if (sourcesWith(chooses) > 1) return listsOfTwo;
   // Both know an owner, and both owners hold it.
   if (now_.count(path) == 0 || fresh_.count(path) == 0) return ofLeft(path);
   const auto compiled = running_.hwConfig->vrf(vrf);
@@ -296,6 +318,16 @@ std::string_view Explanations::ofSegment(const std::string& path, const Steps& s
   if (isL2 && running_.sourceHasLeft()) return oneL2Directory;
   if (steps.size() <= at + 1) return {};
   const std::string& what = steps[at + 1];
+  // A source that has left took its part away, too.
+  const bool isOfTwo = running_.sourceHasLeft() || sourcesWith([&](const auto& source) {
+                                                     return segmentOf(source) != nullptr;
+                                                   }) > 1;
+  if (isOfTwo && (what == "fromSegment" || what == "fallbackPolicy" || what == "className")) {
+    return segmentOfTwo;
+  }
+  if (what == "fallbackPolicy") {
+    return sources_.size() > 1 && fresh_.at(path).text.empty() ? fallbackLeft : "";
+  }
   const bool isMissing = now_.count(path) == 0;
   if (what == "fromSegment") {
     const auto namesForwarding = [&](const auto& source) {
@@ -310,6 +342,7 @@ std::string_view Explanations::ofSegment(const std::string& path, const Steps& s
       return segment && !segment->className().empty();
     };
     if (sourcesWith(hasClassMap) > 1) return classMapsOfTwo;
+    if (isOfTwo) return segmentOfTwo;
     if (isMissing) return interfaceLater;
     const Lanx::IntfId intf{std::string_view(steps[at + 2])};
     return running_.interfaces->intfStatusHas(intf) ? std::string_view() : interfaceGone;
@@ -325,6 +358,7 @@ std::string_view Explanations::ofSegment(const std::string& path, const Steps& s
       return segment &&
              (isPrefixList(segment->prefixIpv4Ml()) || isPrefixList(segment->prefixIpv6Ml()));
     };
+    if (!isMissing && sources_.size() > 1) return noneChosen;
     return isMissing && sourcesWith(choosesPrefixList) != 0 ? twoPermits : std::string_view();
   }
   return {};

@@ -237,6 +237,7 @@ void apply(const Plan& plan, Store& store) {
   for (const Pith::String& name : plan.switchedOff) store.source(name)->enabledIs(false);
   for (const Pith::String& name : plan.goneSources) {
     if (const auto config = store.source(name)) config->enabledIs(false);
+    store.sources->entityDel(name);  // what it holds would go on keeping others off
   }
   for (const Write& write : plan.takenOver) write.attribute->erase(*write.object, write.key);
   for (const Write& write : plan.writes) {
@@ -249,7 +250,6 @@ void apply(const Plan& plan, Store& store) {
   for (const auto& [name, node] : plan.newSources) {
     writeObject(*store.sources->newEntity<Firewall::Config>(name), *node);
   }
-  for (const Pith::String& name : plan.goneSources) store.sources->entityDel(name);
   for (auto write = plan.erasures.rbegin(); write != plan.erasures.rend(); ++write) {
     write->attribute->erase(*write->object, write->key);
   }

@@ -6,7 +6,7 @@
 //
 // The order of the writes, by which nothing is without what it depends on for longer than the
 // change demands:
-//   1. sources that go or are switched off: `enabled` false;
+//   1. sources that go or are switched off: `enabled` false, and the former go;
 //   2. entries of prefix lists whose prefix another entry takes over go: a prefix that two entries
 //      permit would go with the first of them;
 //   3. what is new or other: capabilities, interfaces, VRFs, field sets, applications, match lists,

@@ -37,6 +37,40 @@ TEST_F(Segments, SegmentWithoutInterfacesStillCountsAsSubscriber) {
   EXPECT_FALSE(has(fromA_));
 }
 
+// Of two sources with a segment of one name, what either stops to name goes for both: links, the
+// fallback policy, the class map. Give a segment to one source.
+TEST_F(Segments, OfTwoSourcesEitherTakesAwayForBoth) {
+  const std::string other = "source/gnmi/vrf/red/segment/a";
+  given({"+ source/gnmi/enabled = true", "+ " + other});
+  for (const std::string segment :
+       {"source/cli/vrf/red/segment/a", "source/gnmi/vrf/red/segment/a"}) {
+    given({"+ " + segment + "/policy/a = p", "+ " + segment + "/fallbackPolicy = p",
+           "+ " + segment + "/className = __VRF_red_segment_a"});
+  }
+  const std::string link = "vrf/red/segment/a/fromSegment/a";
+  const std::string fallback = "vrf/red/segment/a/fallbackPolicy";
+  EXPECT_TRUE(has(link));
+  EXPECT_EQ(at(fallback), "@p");
+  given({"- " + other + "/policy/a",
+         "+ " + other + "/fallbackPolicy = ", "+ " + other + "/className = "});
+  EXPECT_FALSE(has(link));
+  EXPECT_EQ(at(fallback), "");
+  EXPECT_EQ(at("vrf/red/segment/a/className"), "");
+}
+
+// Of two sources with a segment of one name, the one that removes it leaves the fallback policy
+// that it had named. Clear that first.
+TEST_F(Segments, OfTwoSourcesTheOneThatRemovesASegmentLeavesItsFallbackPolicy) {
+  const std::string other = "source/gnmi/vrf/red/segment/a";
+  const std::string fallback = "vrf/red/segment/a/fallbackPolicy";
+  given({"+ source/gnmi/enabled = true", "+ " + other, "+ " + other + "/fallbackPolicy = p",
+         "- " + other});
+  EXPECT_EQ(at(fallback), "@p");
+  given({"+ " + other, "+ " + other + "/fallbackPolicy = p",
+         "+ " + other + "/fallbackPolicy = ", "- " + other});
+  EXPECT_EQ(at(fallback), "");
+}
+
 // A policy that appears after "forwarding-segments" named it does not link the subscribers.
 // Remove the entry and add it again.
 TEST_F(Segments, LaterPolicyOfForwardingSegmentsDoesNotLink) {
