@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
 
 #include "tests/plain/Life.h"
 #include "tests/plain/RealSwitch.h"
@@ -23,27 +24,52 @@ Lines outputAfter(const History& history) {
   return lines;
 }
 
-// `expected` is a line of the output that the changes are to bring. `owners` are what the paths of
-// some changes lead through: each is made right before the first change that needs it.
+// `owners` are what the paths of some changes lead through: each is made right before the first
+// change that needs it.
+History inThisOrder(const History& before, const History& changes, const History& owners) {
+  History history = before;
+  for (const std::string& change : changes) {
+    for (const std::string& owner : owners) {
+      const std::string path = owner.substr(0, owner.find(" ="));
+      if (change.starts_with(path + "/") && std::ranges::count(history, owner) == 0)
+        history.push_back(owner);
+    }
+    history.push_back(change);
+  }
+  return history;
+}
+
+// `expected` is a line of the output that the changes are to bring.
 void expectTheSameInEveryOrder(const History& before, History changes, const std::string& expected,
                                const History& owners = {}) {
   std::ranges::sort(changes);
   Lines first;
   do {
-    History history = before;
-    for (const std::string& change : changes) {
-      for (const std::string& owner : owners) {
-        if (change.starts_with(owner + "/") && std::ranges::count(history, owner) == 0)
-          history.push_back(owner);
-      }
-      history.push_back(change);
-    }
+    const History history = inThisOrder(before, changes, owners);
     const Lines output = outputAfter(history);
     if (first.empty()) first = output;
     ASSERT_GT(std::ranges::count(output, expected), 0) << Plain::asTest(history);
     ASSERT_EQ(output, first) << Plain::asTest(history);
     ASSERT_EQ(differenceIn(history), "") << Plain::asTest(history);
   } while (std::ranges::next_permutation(changes).found);
+}
+
+// The same in some orders of many.
+void expectTheSameInSomeOrders(const History& before, History changes, const std::string& expected,
+                               const History& owners) {
+  std::mt19937 random(20240607);
+  Lines first;
+  for (int order = 0; order < 120; ++order) {
+    const History history = inThisOrder(before, changes, owners);
+    const Lines output = outputAfter(history);
+    if (first.empty()) first = output;
+    ASSERT_GT(std::ranges::count(output, expected), 0) << Plain::asTest(history);
+    ASSERT_EQ(output, first) << Plain::asTest(history);
+    if (order % 10 == 0) {
+      ASSERT_EQ(differenceIn(history), "") << Plain::asTest(history);
+    }
+    std::ranges::shuffle(changes, random);
+  }
 }
 
 History enabledSource(const History& more) {
@@ -225,6 +251,57 @@ TEST(Orders, SecondSourceWithTheSameVrfIsEnabledAmongChangesInAnyOrder) {
        "+ source/gnmi/vrf/red/segment/b/fallbackPolicy = q", "+ source/cli/policy/p"},
       "vrf/red/segment/b/fromSegment/a = segment=@a,policy=@q",
       {"+ source/gnmi/vrf/red/segment/b"});
+}
+
+// Without what docs/behaviour.md says depends on the order: policies are there before
+// "forwarding-segments" names them, interfaces before their class maps, and no two lists claim one
+// prefix.
+TEST(Orders, WholeConfigurationArrivesInSomeOfItsOrders) {
+  const std::string red = "+ source/cli/vrf/red";
+  const std::string classMaps = "+ source/cli/classMap/";
+  expectTheSameInSomeOrders(
+      {"start", "+ source/cli", "+ intf/intfStatus/Ethernet1", "+ intf/intfStatus/Ethernet2",
+       "+ source/cli/policy/p", "+ cap/globalPrefixListSupported = true",
+       "+ cap/forwardingSegmentsPolicySupported = true", "+ cap/portRangeBlocksRequired = true"},
+      {
+          "+ source/cli/enabled = true",
+          "+ ip/vrf/red",
+          "+ ip/ipIntfStatus/Ethernet1 = red",
+          "+ lists/main",
+          "+ source/cli/forwardType = routed",
+          "+ source/cli/policy/p/rule/10 = service=web,action=forward",
+          "+ source/cli/policy/p/rule/20 = service=dns,action=drop",
+          "+ source/cli/policy/q/rule/5 = service=web,action=drop,log=true",
+          "+ apps/app/web/proto/6",
+          "+ apps/app/web/dstPortFieldSet = s",
+          "+ sets/fieldSetL4Port/s/subConfig/ports/1000-1999",
+          "+ apps/app/dns/proto/17",
+          "+ apps/app/dns/srcPrefixFieldSet = t",
+          "+ sets/fieldSetIpPrefix/t/subConfig/prefixes/192.0.2.0%2F24",
+          red + "/prefix/10.1.0.0%2F16 = b",
+          red + "/segment/a/prefixIpv4Ml = matchList:x",
+          red + "/segment/a/prefixIpv6Ml = matchList:x",
+          red + "/segment/b/prefixIpv4Ml = prefixList:y",
+          "+ lists/main/matchIpv4PrefixList/x/subnets/10.0.0.0%2F8",
+          "+ lists/main/matchIpv6PrefixList/x/subnets/2001:db8::%2F32",
+          "+ acl/prefixList/y/prefixEntry/10 = prefix=10.2.0.0/16,action=permit",
+          "+ acl/prefixList/y/prefixEntry/20 = prefix=10.3.0.0/16,action=deny",
+          red + "/segment/a/className = __VRF_red_segment_a",
+          classMaps + "__VRF_red_segment_a/intfVlanData/Ethernet1",
+          red + "/segment/a/policy/b = p",
+          red + "/segment/a/fallbackPolicy = q",
+          red + "/segment/b/policy/forwarding-segments = p",
+          "+ source/cli/l2SegmentDir/segment/v/className = __segment_v",
+          classMaps + "__segment_v/intfVlanData/Ethernet2/vlanRange/100-199",
+      },
+      "vrf/red/segment/b/fromSegment/a = segment=@a,policy=@p",
+      {"+ source/cli/policy/q", "+ apps/app/web", "+ apps/app/dns", "+ sets/fieldSetL4Port/s",
+       "+ sets/fieldSetL4Port/s/subConfig = s", "+ sets/fieldSetIpPrefix/t",
+       "+ sets/fieldSetIpPrefix/t/subConfig = t", red, red + "/segment/a", red + "/segment/b",
+       "+ lists/main/matchIpv4PrefixList/x", "+ lists/main/matchIpv6PrefixList/x",
+       "+ acl/prefixList/y", classMaps + "__VRF_red_segment_a", classMaps + "__segment_v",
+       classMaps + "__segment_v/intfVlanData/Ethernet2", "+ source/cli/l2SegmentDir = l2",
+       "+ source/cli/l2SegmentDir/segment/v"});
 }
 
 }  // namespace
