@@ -8,7 +8,7 @@
 #include "tests/plain/Life.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  constexpr std::size_t longest = 300;
+  constexpr std::size_t longest = 150;
   std::size_t used = 0;
   Plain::Generator generator([&](unsigned limit) {
     return used < size ? static_cast<unsigned>(data[used++]) % limit : 0U;
