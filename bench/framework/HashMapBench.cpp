@@ -86,7 +86,7 @@ Bench::Contenders::value_type contender(const char* name, std::uint32_t count) {
 template <class Key>
 void compareMaps(const std::string& keyName) {
   using Map = Kiv::HashMap2018<Kiv::MapEntry<Key, Record>, Kiv::MapEntryKey<Key, Record>>;
-  Bench::compareAtSizes("HashMap, " + keyName + " key", [](std::uint32_t count) {
+  Bench::compareAtSizes("F1 Hash map, " + keyName + " key", [](std::uint32_t count) {
     return Bench::Contenders{
         contender<Key, KivMap<Key, Map>>("Kiv", count),
 #ifdef BENCH_ABSL

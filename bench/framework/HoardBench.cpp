@@ -82,10 +82,10 @@ const bool registered = [] {
   for (const std::size_t count : {std::size_t{1'000}, std::size_t{300'000}}) {
     const std::string number = std::to_string(count);
     const std::vector<std::size_t> same(count, 136);
-    Bench::compare("Hoard, objects of 136 bytes, " + number, count,
+    Bench::compare("F8 Hoard, objects of 136 bytes, " + number, count,
                    {contender<Slabs>("Hoard", same), contender<Malloc>("malloc", same)});
     const std::vector<std::size_t> mixed = mixedSizes(count);
-    Bench::compare("Hoard, objects of 40 to 712 bytes, " + number, count,
+    Bench::compare("F8 Hoard, objects of 40 to 712 bytes, " + number, count,
                    {contender<Slabs>("Hoard", mixed), contender<Malloc>("malloc", mixed)});
   }
   return true;

@@ -91,7 +91,7 @@ Bench::Contenders::value_type contender(const char* name, std::uint32_t count) {
 template <class Key>
 void compareMaps(const std::string& keyName) {
   using Map = Kiv::OrderedMap<Kiv::MapEntry<Key, Record>, Kiv::MapEntryKey<Key, Record>>;
-  Bench::compareAtSizes("OrderedMap, " + keyName + " key", [](std::uint32_t count) {
+  Bench::compareAtSizes("F2 Ordered map, " + keyName + " key", [](std::uint32_t count) {
     return Bench::Contenders{
         contender<Key, KivMap<Key, Map>>("Kiv", count),
 #ifdef BENCH_ABSL

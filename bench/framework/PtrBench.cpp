@@ -82,12 +82,12 @@ void liveAsName(Bench::Life& life) {
 }
 
 const bool registered = [] {
-  Bench::compare("Ptr", count,
+  Bench::compare("F5 Reference", count,
                  {{"Pith", live<Ours>},
                   {"boost, plain", live<Boost<PlainNode>>},
                   {"boost, atomic", live<Boost<AtomicNode>>},
                   {"std::shared_ptr", live<Shared>}});
-  Bench::compare("String", count,
+  Bench::compare("F6 Name", count,
                  {{"Pith", liveAsName<Pith::String>}, {"std::string", liveAsName<std::string>}});
   return true;
 }();

@@ -95,14 +95,14 @@ void comeAndGo(Bench::Life& life) {
 
 template <std::size_t subscribers>
 void compareComeAndGo() {
-  Bench::compare("Come and go, " + std::to_string(subscribers) + " subscribers", subscribers,
+  Bench::compare("F7 Come and go, " + std::to_string(subscribers) + " subscribers", subscribers,
                  {{"Pith", comeAndGo<Ours, subscribers>},
                   {"signals2, no lock", comeAndGo<BoostUnlocked, subscribers>},
                   {"signals2", comeAndGo<BoostLocked, subscribers>}});
 }
 
 const bool registered = [] {
-  Bench::compare("Publish", changes,
+  Bench::compare("F3 Publish", changes,
                  {{"Pith", tell<Ours>},
                   {"signals2, no lock", tell<BoostUnlocked>},
                   {"signals2", tell<BoostLocked>}});

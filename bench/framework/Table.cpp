@@ -61,6 +61,9 @@ class Comparison {
     for (const auto& [figure, values] : figures_) {
       state.counters[figure] = medianOf(figure, contenders_.front().first);
       if (const double best = bestOfOthers(figure)) state.counters[figure + ":best"] = best;
+      if (contenders_.size() < 2) continue;
+      const double beside = medianOf(figure, contenders_[1].first);
+      if (beside != 0) state.counters[figure + ":beside"] = beside;
     }
   }
 

@@ -59,7 +59,8 @@ class Life {
 using Contenders = std::vector<std::pair<std::string, std::function<void(Life&)>>>;
 
 // Registers the comparison as a benchmark. Its counters are the figures of ours per entry, and for
-// each, under the figure's name and ":best", that of the best of the others. A turn is `lives`
+// each, under the figure's name and ":beside", that of the second contender, and under ":best" that
+// of the best of the others. A turn is `lives`
 // lives, or for 0 enough of them that a turn has 100,000 entries.
 void compare(const std::string& title, std::size_t entries, const Contenders& contenders,
              std::size_t lives = 0);

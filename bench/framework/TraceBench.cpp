@@ -4,7 +4,6 @@
 #include <spdlog/sinks/null_sink.h>
 #include <spdlog/spdlog.h>
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -12,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/framework/Table.h"
 #include "framework/Fleetlog/Decode.h"
 #include "framework/Pith/String.h"
 #include "framework/Twinlog/Twinlog.h"
@@ -42,50 +42,55 @@ std::size_t messageBytes() {
   return bytes;
 }
 
-void traceRecorded(benchmark::State& state) {
+constexpr std::size_t messages = 100'000;
+
+template <class Work>
+void timeMessages(Bench::Life& life, const char* figure, const Work& work) {
+  life.time(figure, [&] {
+    for (std::size_t left = messages; left > 0; --left) {
+      work();
+      benchmark::ClobberMemory();
+    }
+  });
+}
+
+void lifeOfFleetlog(Bench::Life& life) {
   Fleetlog::TraceFile file;
   Fleetlog::traceFileIs(&file);
-  for (auto _ : state) trace(policy, seqnum, ruleId);
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(messageBytes()));
+  timeMessages(life, "record", [] { trace(policy, seqnum, ruleId); });
+  Fleetlog::traceFileIs(nullptr);
+  timeMessages(life, "disabled site", [] { trace(policy, seqnum, ruleId); });
 }
-BENCHMARK(traceRecorded);
 
-void traceMemcpy(benchmark::State& state) {
+// The same call with nothing in it: what a disabled site takes beyond that is the site.
+[[gnu::noinline]] void nothing(const Pith::String& name, std::uint32_t number, std::uint32_t id) {
+  asm volatile("" : : "r"(&name), "r"(number), "r"(id));
+}
+
+void lifeOfMemcpy(Bench::Life& life) {
   const std::vector<std::byte> message(messageBytes(), std::byte{1});
   std::vector<std::byte> ring(std::size_t{4} << 20U);
   std::size_t size = message.size();
   benchmark::DoNotOptimize(ring.data());
   benchmark::DoNotOptimize(size);  // a length that the compiler does not know, as in a message
   std::size_t at = 0;
-  for (auto _ : state) {
+  timeMessages(life, "record", [&] {
     if (at + size > ring.size()) at = 0;
     std::memcpy(&ring[at], message.data(), size);
     at += size;
-    benchmark::ClobberMemory();
-  }
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(size));
+  });
+  timeMessages(life, "disabled site", [] { nothing(policy, seqnum, ruleId); });
 }
-BENCHMARK(traceMemcpy);
 
-void traceDisabled(benchmark::State& state) {
-  for (auto _ : state) {
-    trace(policy, seqnum, ruleId);
-    benchmark::ClobberMemory();
-  }
+void lifeOfSpdlog(Bench::Life& life) {
+  spdlog::logger logger("bench", std::make_shared<spdlog::sinks::null_sink_st>());
+  timeMessages(life, "record", [&] {
+    logger.info("{}: {}, seqnum={}, ruleId={}", fn.signature, policy.c_str(), seqnum, ruleId);
+  });
+  timeMessages(life, "disabled site", [&] {
+    logger.debug("{}: {}, seqnum={}, ruleId={}", fn.signature, policy.c_str(), seqnum, ruleId);
+  });
 }
-BENCHMARK(traceDisabled);
-
-// The same loop and call with nothing in it: what remains of traceDisabled is the site.
-[[gnu::noinline]] void nothing(const Pith::String& name, std::uint32_t number, std::uint32_t id) {
-  asm volatile("" : : "r"(&name), "r"(number), "r"(id));
-}
-void traceAbsent(benchmark::State& state) {
-  for (auto _ : state) {
-    nothing(policy, seqnum, ruleId);
-    benchmark::ClobberMemory();
-  }
-}
-BENCHMARK(traceAbsent);
 
 void traceShown(benchmark::State& state) {
   const auto sink = Kiv::TraceHelper::sinkIs(
@@ -97,22 +102,6 @@ void traceShown(benchmark::State& state) {
   Kiv::TraceHelper::sinkIs(sink);
 }
 BENCHMARK(traceShown);
-
-void traceSpdlog(benchmark::State& state) {
-  spdlog::logger logger("bench", std::make_shared<spdlog::sinks::null_sink_st>());
-  for (auto _ : state) {
-    logger.info("{}: {}, seqnum={}, ruleId={}", fn.signature, policy.c_str(), seqnum, ruleId);
-  }
-}
-BENCHMARK(traceSpdlog);
-
-void traceSpdlogDisabled(benchmark::State& state) {
-  spdlog::logger logger("bench", std::make_shared<spdlog::sinks::null_sink_st>());
-  for (auto _ : state) {
-    logger.debug("{}: {}, seqnum={}, ruleId={}", fn.signature, policy.c_str(), seqnum, ruleId);
-  }
-}
-BENCHMARK(traceSpdlogDisabled);
 
 void traceDecoded(benchmark::State& state) {
   Fleetlog::TraceFile file;
@@ -129,5 +118,12 @@ void traceDecoded(benchmark::State& state) {
   state.SetItemsProcessed(count);
 }
 BENCHMARK(traceDecoded);
+
+const bool registered = [] {
+  Bench::compare("F4 Trace", messages,
+                 {{"Fleetlog", lifeOfFleetlog}, {"memcpy", lifeOfMemcpy}, {"spdlog", lifeOfSpdlog}},
+                 20);
+  return true;
+}();
 
 }  // namespace
