@@ -317,55 +317,57 @@ std::string_view Explanations::ofSegment(const std::string& path, const Steps& s
   if (!isL2 && !ofLeft(path).empty()) return disabledLeavesSegments;
   if (isL2 && running_.sourceHasLeft()) return oneL2Directory;
   if (steps.size() <= at + 1) return {};
+  Segments segments;
+  for (const auto& source : sources_) {
+    if (const auto segment = segmentOf(*source)) segments.push_back(segment);
+  }
   const std::string& what = steps[at + 1];
   // A source that has left took its part away, too.
-  const bool isOfTwo = running_.sourceHasLeft() || sourcesWith([&](const auto& source) {
-                                                     return segmentOf(source) != nullptr;
-                                                   }) > 1;
+  const bool isOfTwo = running_.sourceHasLeft() || segments.size() > 1;
   if (isOfTwo && (what == "fromSegment" || what == "fallbackPolicy" || what == "className")) {
     return segmentOfTwo;
   }
-  if (what == "fallbackPolicy") {
-    return sources_.size() > 1 && fresh_.at(path).text.empty() ? fallbackLeft : "";
-  }
-  const bool isMissing = now_.count(path) == 0;
-  if (what == "fromSegment") {
-    const auto namesForwarding = [&](const auto& source) {
-      const auto segment = segmentOf(source);
-      return segment && segment->policyHas(Pith::String(forwardingSegments));
-    };
-    return ofLink(path, sourcesWith(namesForwarding) != 0);
-  }
-  if (what == "intfVlanRangeSet") {
-    const auto hasClassMap = [&](const auto& source) {
-      const auto segment = segmentOf(source);
-      return segment && !segment->className().empty();
-    };
-    if (sourcesWith(hasClassMap) > 1) return classMapsOfTwo;
-    if (isOfTwo) return segmentOfTwo;
-    if (isMissing) return interfaceLater;
-    const Lanx::IntfId intf{std::string_view(steps[at + 2])};
-    return running_.interfaces->intfStatusHas(intf) ? std::string_view() : interfaceGone;
-  }
-  if (what == "subnets") {
-    const auto choosesList = [&](const auto& source) {
-      const auto segment = segmentOf(source);
-      return segment && !(segment->prefixIpv4Ml().isNone() && segment->prefixIpv6Ml().isNone());
-    };
-    if (sourcesWith(choosesList) > 1) return listsOfTwo;
-    const auto choosesPrefixList = [&](const auto& source) {
-      const auto segment = segmentOf(source);
-      return segment &&
-             (isPrefixList(segment->prefixIpv4Ml()) || isPrefixList(segment->prefixIpv6Ml()));
-    };
-    if (!isMissing && sources_.size() > 1) return noneChosen;
-    return isMissing && sourcesWith(choosesPrefixList) != 0 ? twoPermits : std::string_view();
-  }
-  return {};
+  if (what == "fallbackPolicy") return ofFallback(path);
+  if (what == "fromSegment") return ofLink(path, segments);
+  if (what == "subnets") return ofSubnets(path, segments);
+  return what == "intfVlanRangeSet" ? ofInterface(path, steps[at + 2], segments)
+                                    : std::string_view();
 }
 
-std::string_view Explanations::ofLink(const std::string& path, bool namesForwarding) const {
+std::string_view Explanations::ofFallback(const std::string& path) const {
+  const auto fresh = fresh_.find(path);
+  const bool hasNone = fresh == fresh_.end() || fresh->second.text.empty();
+  return sources_.size() > 1 && hasNone ? fallbackLeft : std::string_view();
+}
+
+std::string_view Explanations::ofInterface(const std::string& path, const std::string& name,
+                                           const Segments& segments) const {
+  const auto hasClassMap = [](const auto& segment) { return !segment->className().empty(); };
+  if (std::count_if(segments.begin(), segments.end(), hasClassMap) > 1) return classMapsOfTwo;
+  if (running_.sourceHasLeft() || segments.size() > 1) return segmentOfTwo;
+  if (now_.count(path) == 0) return interfaceLater;
+  const Lanx::IntfId intf{std::string_view(name)};
+  return running_.interfaces->intfStatusHas(intf) ? std::string_view() : interfaceGone;
+}
+
+std::string_view Explanations::ofSubnets(const std::string& path, const Segments& segments) const {
+  const auto choosesList = [](const auto& segment) {
+    return !segment->prefixIpv4Ml().isNone() || !segment->prefixIpv6Ml().isNone();
+  };
+  if (std::count_if(segments.begin(), segments.end(), choosesList) > 1) return listsOfTwo;
+  if (now_.count(path) != 0) return sources_.size() > 1 ? noneChosen : std::string_view();
+  const auto choosesPrefixList = [](const auto& segment) {
+    return isPrefixList(segment->prefixIpv4Ml()) || isPrefixList(segment->prefixIpv6Ml());
+  };
+  const bool isOfPrefixList = std::any_of(segments.begin(), segments.end(), choosesPrefixList);
+  return isOfPrefixList ? twoPermits : std::string_view();
+}
+
+std::string_view Explanations::ofLink(const std::string& path, const Segments& segments) const {
   if (!running_.capabilities->forwardingSegmentsPolicySupported()) return {};
+  const bool namesForwarding = std::any_of(
+      segments.begin(), segments.end(),
+      [](const auto& segment) { return segment->policyHas(Pith::String(forwardingSegments)); });
   if (now_.count(path) == 0) return namesForwarding ? policyLater : linksReplaced;
   return namesForwarding ? stillSubscriber : linksLeft;
 }

@@ -31,6 +31,7 @@ class Explanations {
 
  private:
   using Steps = std::vector<std::string>;
+  using Segments = std::vector<Pith::Ptr<const Firewall::Segment>>;  // of one name, in the sources
 
   template <class Predicate>
   std::size_t sourcesWith(const Predicate& predicate) const;
@@ -40,7 +41,11 @@ class Explanations {
   std::string_view ofSegment(const std::string& path, const Steps& steps, bool isL2) const;
   std::string_view ofOwner(const std::string& path, const Steps& steps) const;
   std::string_view ofLeft(const std::string& path) const;
-  std::string_view ofLink(const std::string& path, bool namesForwarding) const;
+  std::string_view ofFallback(const std::string& path) const;
+  std::string_view ofInterface(const std::string& path, const std::string& name,
+                               const Segments& segments) const;
+  std::string_view ofSubnets(const std::string& path, const Segments& segments) const;
+  std::string_view ofLink(const std::string& path, const Segments& segments) const;
   bool portsOverlap(const Pith::String& service) const;
 
   const Store& running_;
