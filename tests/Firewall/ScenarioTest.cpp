@@ -19,7 +19,7 @@
 
 namespace {
 
-using Acl::Action;
+using PrefixAction = Acl::Action;
 using Firewall::ListSource;
 using TestSupport::Switch;
 using Lines = std::vector<std::string>;
@@ -95,8 +95,8 @@ void World::load() {
     matchList("offices").subnetsIs(ipv4(text));
   matchList6("offices").subnetsIs(ipv6("2001:db8:1::/48"));
   matchList("labs", "more").subnetsIs(ipv4("10.7.0.0/16"));
-  prefixList("servers").prefixEntryIs(10, permitted("10.8.0.0/16"), Action::permit);
-  prefixList("servers").prefixEntryIs(20, permitted("10.9.0.0/16"), Action::deny);
+  prefixList("servers").prefixEntryIs(10, permitted("10.8.0.0/16"), PrefixAction::permit);
+  prefixList("servers").prefixEntryIs(20, permitted("10.9.0.0/16"), PrefixAction::deny);
 
   sw.application("web", 6, "80");
   sw.application("dns", 17, "53");
@@ -232,26 +232,26 @@ const std::vector<Step> steps = {
     // Prefix lists.
     {"a prefix is permitted",
      [](World& w) {
-       w.prefixList("servers").prefixEntryIs(30, permitted("10.10.0.0/16"), Action::permit);
+       w.prefixList("servers").prefixEntryIs(30, permitted("10.10.0.0/16"), PrefixAction::permit);
      },
      {"+ vrf/red/prefixList/10.10.0.0%2F16 = servers",
       "+ vrf/red/segment/servers/subnets/10.10.0.0%2F16 = true"}},
     {"a denied prefix is permitted",
      [](World& w) {
-       w.prefixList("servers").prefixEntryIs(20, permitted("10.9.0.0/16"), Action::permit);
+       w.prefixList("servers").prefixEntryIs(20, permitted("10.9.0.0/16"), PrefixAction::permit);
      },
      {"+ vrf/red/prefixList/10.9.0.0%2F16 = servers",
       "+ vrf/red/segment/servers/subnets/10.9.0.0%2F16 = true"}},
     {"a prefix becomes another",
      [](World& w) {
-       w.prefixList("servers").prefixEntryIs(30, permitted("10.11.0.0/16"), Action::permit);
+       w.prefixList("servers").prefixEntryIs(30, permitted("10.11.0.0/16"), PrefixAction::permit);
      },
      {"- vrf/red/prefixList/10.10.0.0%2F16", "- vrf/red/segment/servers/subnets/10.10.0.0%2F16",
       "+ vrf/red/prefixList/10.11.0.0%2F16 = servers",
       "+ vrf/red/segment/servers/subnets/10.11.0.0%2F16 = true"}},
     {"a prefix is denied",
      [](World& w) {
-       w.prefixList("servers").prefixEntryIs(20, permitted("10.9.0.0/16"), Action::deny);
+       w.prefixList("servers").prefixEntryIs(20, permitted("10.9.0.0/16"), PrefixAction::deny);
      },
      {"- vrf/red/prefixList/10.9.0.0%2F16", "- vrf/red/segment/servers/subnets/10.9.0.0%2F16"}},
     {"an entry goes",
