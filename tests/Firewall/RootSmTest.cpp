@@ -351,9 +351,9 @@ TEST_F(RootSmTest, GlobalSwitchesOfASourceThatIsNotEnabledStandUntilAnEnabledOne
 }
 
 // Calls `look` at every write to the output tree.
-class Looker final : public Kiv::TreeWatcher {
+class ChangeLooker final : public Kiv::TreeWatcher {
  public:
-  Looker(const Firewall::HwConfig::Ptr& hwConfig, std::function<void(const Kiv::TreeChange&)> look)
+  ChangeLooker(const Firewall::HwConfig::Ptr& hwConfig, std::function<void(const Kiv::TreeChange&)> look)
       : TreeWatcher(hwConfig), look_(std::move(look)) {}
 
  private:
@@ -369,7 +369,7 @@ TEST_F(RootSmTest, ChildrenComeAndGoAfterTheHandlerHasWritten) {
   cli->vrfIs("default")->segmentIs("a")->classNameIs("__VRF_default_segment_a");
   cli->classMapIs("__VRF_default_segment_a")->intfVlanDataIs(intf);
   int looks = 0;
-  const Looker looker(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+  const ChangeLooker looker(sw().hwConfig, [&](const Kiv::TreeChange& change) {
     ++looks;
     const bool removed = change.kind == Kiv::TreeChange::Kind::removed;
     if (change.path == "policy/p") {
@@ -401,7 +401,7 @@ TEST_F(RootSmTest, ReactorTakenDownFromWithinItsOwnDispatchLivesUntilTheDispatch
       cli->classMapIs("__VRF_default_segment_a")
           ->intfVlanDataIs(Lanx::IntfId{std::string_view("Ethernet1")});
       bool acted = false;
-      const Looker looker(sw().hwConfig, [&](const Kiv::TreeChange&) {
+      const ChangeLooker looker(sw().hwConfig, [&](const Kiv::TreeChange&) {
         if (std::exchange(acted, true)) return;
         remove ? sw().fwConfigDir->entityDel("cli") : cli->enabledIs(false);
       });
@@ -421,7 +421,7 @@ TEST_F(RootSmTest, CallBacksOfTheFirstChildrenFindItNotInitialised) {
   started("api");  // so that services exist before the second source's reactor starts
   const TraceCapture traces;
   bool isReplaying = false;
-  const Looker looker(sw().hwConfig, [&](const Kiv::TreeChange&) {
+  const ChangeLooker looker(sw().hwConfig, [&](const Kiv::TreeChange&) {
     isReplaying = isReplaying || traces.count(8, "handleInitialized", ": ") > 0;
     EXPECT_TRUE(isReplaying);
   });

@@ -21,6 +21,7 @@ namespace {
 
 using PrefixAction = Acl::Action;
 using Firewall::ListSource;
+using TestSupport::prefix;
 using TestSupport::Switch;
 using Lines = std::vector<std::string>;
 using RuleAction = Firewall::Action;
@@ -28,7 +29,6 @@ using RuleAction = Firewall::Action;
 Lanx::IpAddrWithMask ipv4(std::string_view text) { return Lanx::IpAddrWithMask::parse(text); }
 Lanx::Ip6AddrWithMask ipv6(std::string_view text) { return Lanx::Ip6AddrWithMask::parse(text); }
 Lanx::Prefix permitted(std::string_view text) { return Lanx::Prefix::parse(text); }
-Lanx::IpGenPrefix prefix(std::string_view text) { return Lanx::IpGenPrefix::parse(text); }
 Lanx::IntfId intf(std::string_view name) { return Lanx::IntfId(name); }
 L3::VrfName vrfName(std::string_view name) { return name; }
 
