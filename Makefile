@@ -72,8 +72,8 @@ memcheck:
 .PHONY: mutate
 mutate: MUTANTS ?= 300
 mutate:
-	tools/setup.sh build test
-	tools/mutate.py --count $(MUTANTS)
+	tools/setup.sh build test mutate
+	tools/mutate.py --count $(MUTANTS) --jobs $(JOBS)
 
 ## make install-test   installs into a scratch folder and builds a program against that
 .PHONY: install-test
