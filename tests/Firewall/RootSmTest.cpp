@@ -353,7 +353,8 @@ TEST_F(RootSmTest, GlobalSwitchesOfASourceThatIsNotEnabledStandUntilAnEnabledOne
 // Calls `look` at every write to the output tree.
 class ChangeLooker final : public Kiv::TreeWatcher {
  public:
-  ChangeLooker(const Firewall::HwConfig::Ptr& hwConfig, std::function<void(const Kiv::TreeChange&)> look)
+  ChangeLooker(const Firewall::HwConfig::Ptr& hwConfig,
+               std::function<void(const Kiv::TreeChange&)> look)
       : TreeWatcher(hwConfig), look_(std::move(look)) {}
 
  private:
