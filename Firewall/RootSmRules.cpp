@@ -24,7 +24,7 @@ class RootSm::RuleTarget {
   FwPolicy* fwPolicy() {
     if (!fwPolicy_ || fwPolicy_->parent() == nullptr) {
       fwPolicy_ = out_->policy(policyName());
-      freeIsKnown_ = false;
+      freeAt_.reset();
     }
     return fwPolicy_.get();
   }
@@ -43,18 +43,18 @@ class RootSm::RuleTarget {
   // The lowest index that is free in fwPolicy(), which is not null.
   std::uint32_t freeIndex() {
     const auto& rules = fwPolicy_->rule();
-    if (!freeIsKnown_ || rules.version() != fwVersion_) {
+    if (freeAt_ != rules.version()) {
       free_ = lowestFreeRuleIndex(rules, seqnum_);
-      fwVersion_ = rules.version();
-      freeIsKnown_ = true;
+      freeAt_ = rules.version();
     }
     return free_.index;
   }
 
-  // A rule was written under freeIndex(). When nothing else moved the table's version, and nothing
-  // is behind that rule, the next free index is the one behind it.
+  // A rule was written under freeIndex(). When nothing is behind that rule, the next free index is
+  // the one behind it, as long as nothing else moved the table's version.
   void freeIndexTaken() noexcept {
-    freeIsKnown_ = free_.isBehindAll && fwPolicy_->rule().version() == ++fwVersion_;
+    if (!free_.isBehindAll) return;
+    ++*freeAt_;
     ++free_.index;
   }
 
@@ -63,9 +63,8 @@ class RootSm::RuleTarget {
   Pith::Ptr<const Policy> inPolicy_;
   std::uint32_t seqnum_;
   Pith::Ptr<FwPolicy> fwPolicy_;
-  std::uint64_t fwVersion_ = 0;
   FreeRuleIndex free_{};
-  bool freeIsKnown_ = false;
+  std::optional<std::uint64_t> freeAt_;  // the version of the table in which free_ was looked up
   const PolicyRule* inRule_ = nullptr;
   std::uint64_t inVersion_ = 0;
 };

@@ -59,8 +59,7 @@ const std::uint16_t* VrfSm::subcriberSideSegment(const Pith::String& name) const
 
 void VrfSm::subcriberSideSegmentIs(const Pith::String& name, std::uint16_t counter) {
   const auto [entry, isNew] = subcriberSideSegment_.insert({name, counter});
-  if (!isNew && entry->value == counter) return;
-  entry->value = counter;
+  if (!isNew && std::exchange(entry->value, counter) == counter) return;
   handleSubcriberSideSegment(name);
 }
 
