@@ -12,8 +12,8 @@ assertions are left alone: they do not change the tables. All faults are compile
 tree in build/mutation, each behind a test of its number, which FIREWALL_MUTANT chooses when a program starts:
 so a fault costs one run of the tests, and none a compilation. What cannot be compiled that way is left out.
 
-A fault that no test of test_Firewall notices is tried on the plain model's test_plain too, and survives if that
-does not notice it either. Results are kept in build/mutation/results.jsonl, so that a run that was cut goes on
+A fault that no test of test_Firewall notices is tried on the other programs that run the reactors, the plain
+model's last, and survives if none of them notices it. Results are kept in build/mutation/results.jsonl, so that a run that was cut goes on
 where it stopped; they hold until a source of Firewall/ changes.
 
 Source: the technique is the "mutant schemata" of Untch, Offutt and Harrold (1993).
@@ -42,7 +42,7 @@ WORK = ROOT / "build" / "mutation"
 TREE = WORK / "tree"
 BUILD = WORK / "build"
 RESULTS = WORK / "results.jsonl"
-TESTS = ("test_Firewall", "test_plain")
+TESTS = ("test_Firewall", "test_Firewall_AppRecogStub", "test_behaviour", "test_faults", "test_plain")
 MEMORY = 8 << 30
 LIVES = "20"
 LIBCLANG = "libclang-14.so.1"
