@@ -14,7 +14,6 @@
 // are of the family of their texts.
 #pragma once
 
-#include <functional>
 #include <map>
 #include <string>
 #include <tuple>
@@ -22,6 +21,7 @@
 #include <vector>
 
 #include "Firewall/MatchListConfigPathSm.h"
+#include "tests/support/OnWrite.h"
 #include "tests/support/Switch.h"
 
 namespace TestSupport {
@@ -151,19 +151,6 @@ class PathTest : public SwitchTest {
   Firewall::FwVrf::Ptr fwVrf_;
   Firewall::ActiveWorkManager::Ptr activeWorkManager_;
   std::map<std::tuple<std::string, std::string, std::string>, Sm::Ptr> reactors_;
-};
-
-// Calls a function for each write to the output.
-class OnWrite final : public Kiv::TreeWatcher {
- public:
-  using Call = std::function<void(const Kiv::TreeChange&)>;
-  OnWrite(const Firewall::HwConfig::Ptr& hwConfig, Call call)
-      : TreeWatcher(hwConfig), call_(std::move(call)) {}
-
- private:
-  void onChange(const Kiv::TreeChange& change) override { call_(change); }
-
-  Call call_;
 };
 
 // A family, for tests that hold for both: its names and how its subnets are made.

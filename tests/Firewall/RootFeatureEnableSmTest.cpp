@@ -5,11 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "framework/Kiv/TreeWatcher.h"
 #include "tests/support/FullConfiguration.h"
+#include "tests/support/OnWrite.h"
 #include "tests/support/Reinstantiation.h"
 #include "tests/support/Switch.h"
 #include "tests/support/TraceCapture.h"
@@ -18,6 +20,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using TestSupport::OnWrite;
 using TestSupport::TraceCapture;
 
 class RootFeatureEnableSmTest : public TestSupport::SwitchTest {
@@ -90,34 +93,25 @@ TEST_F(RootFeatureEnableSmTest, DisablingEvaluatesWhileTheRootSmStillExistsThenC
   EXPECT_FALSE(rootSm->hasNotificationActive());
 }
 
-// Whether there is a RootSm when `active` falls.
-class RootSmAtEvaluation final : public Kiv::TreeWatcher {
- public:
-  RootSmAtEvaluation(const Firewall::HwConfig::Ptr& hwConfig,
-                     const Firewall::RootFeatureEnableSm& feature)
-      : TreeWatcher(hwConfig), feature_(feature) {}
-  std::vector<bool> seen;
-
- private:
-  void onChange(const Kiv::TreeChange& change) override {
-    if (change.path == "active") seen.push_back(static_cast<bool>(feature_.rootSm()));
-  }
-  const Firewall::RootFeatureEnableSm& feature_;
-};
-
 TEST_F(RootFeatureEnableSmTest, EvaluationFindsTheRootSmWhenDisablingAndNotWhenCleaningUp) {
   const auto cli = sw().source("cli");
+  cli->vrfIs("default");
   cli->enabledIs(true);
   sw().start();
   const auto feature = sw().root->rootFeatureSm("cli");
-  RootSmAtEvaluation evaluation(sw().hwConfig, *feature);
+  std::vector<std::string> seen;
+  const OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+    if (change.path != "active" && change.path != "vrf/default") return;
+    seen.push_back(change.path + (feature->rootSm() ? " with RootSm" : " without"));
+  });
   cli->enabledIs(false);
+  EXPECT_THAT(seen, ElementsAre("active with RootSm", "vrf/default with RootSm"));
   cli->enabledIs(true);
-  EXPECT_THAT(evaluation.seen, ElementsAre(true, true));
+  seen.clear();
   feature->kivDoZombieReactors(true);
   cli->enabledIs(false);
   feature->cleanup();
-  EXPECT_THAT(evaluation.seen, ElementsAre(true, true, false));
+  EXPECT_THAT(seen, ElementsAre("vrf/default with RootSm", "active without"));
 }
 
 TEST_F(RootFeatureEnableSmTest, DisabledWithoutRootSmReturnsAtOnce) {
@@ -176,6 +170,22 @@ TEST_F(RootFeatureEnableSmTest, CleanupTakesTheRootSmDownThenEvaluates) {
       functions(traces, {"handleConfigurationSource", "cleanup", "evaluateHwConfigEnableStatus"}),
       ElementsAre("handleConfigurationSource", "cleanup", "cleanup",
                   "evaluateHwConfigEnableStatus"));
+}
+
+TEST_F(RootFeatureEnableSmTest, ExceptionInACleanupIsRaisedWhenTheOutputIsOff) {
+  const auto cli = sw().source("cli");
+  cli->enabledIs(true);
+  sw().start();
+  const auto feature = sw().root->rootFeatureSm("cli");
+  feature->kivDoZombieReactors(true);  // it does not hear that the source is disabled
+  cli->enabledIs(false);
+  bool isFirst = true;
+  const OnWrite onWrite(sw().hwConfig, [&isFirst](const Kiv::TreeChange&) {
+    if (std::exchange(isFirst, false)) throw std::runtime_error("refused");
+  });
+  EXPECT_THROW(feature->cleanup(), std::runtime_error);
+  EXPECT_FALSE(feature->rootSm());
+  EXPECT_FALSE(sw().hwConfig->active());
 }
 
 TEST_F(RootFeatureEnableSmTest, SecondCleanupChangesNothing) {

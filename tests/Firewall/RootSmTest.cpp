@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "framework/Kiv/TreeWatcher.h"
 #include "framework/Pith/RangeException.h"
 #include "tests/support/FullConfiguration.h"
+#include "tests/support/OnWrite.h"
 #include "tests/support/Reinstantiation.h"
 #include "tests/support/Switch.h"
 #include "tests/support/TraceCapture.h"
@@ -24,6 +24,7 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::IsSupersetOf;
+using TestSupport::OnWrite;
 using TestSupport::TraceCapture;
 
 class RootSmTest : public TestSupport::SwitchTest {
@@ -326,8 +327,16 @@ TEST_F(RootSmTest, CleanupTakesTheVrfsDownInOrderAndThenTheL2Directory) {
   cli->vrfIs("default");
   sw().recorder.take();
   const auto rootSm = sw().rootSm("cli");
-  const auto held = rootSm->vrfSm("red");  // its output goes though somebody holds it
+  // Their output goes though somebody holds them, and while they still belong to the main reactor.
+  const auto held = rootSm->vrfSm("red");
+  const auto heldL2 = rootSm->l2SegDirSm();
+  std::vector<bool> belongs;
+  const OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+    if (change.path == "vrf/red") belongs.push_back(rootSm->vrfSmHas("red"));
+    if (change.path == "l2Seg") belongs.push_back(static_cast<bool>(rootSm->l2SegDirSm()));
+  });
   rootSm->cleanup();
+  EXPECT_THAT(belongs, ElementsAre(true, true));
   EXPECT_THAT(sw().recorder.take(),
               ElementsAre("~ updateInProgress = true", "- vrf/red", "- vrf/default",
                           "- l2Seg/segment/voice", "- l2Seg", "~ updateInProgress = false"));
@@ -350,18 +359,6 @@ TEST_F(RootSmTest, GlobalSwitchesOfASourceThatIsNotEnabledStandUntilAnEnabledOne
   EXPECT_EQ(sw().hwConfig->forwardType(), ForwardingTypeMatch(2));
 }
 
-// Calls `look` at every write to the output tree.
-class ChangeLooker final : public Kiv::TreeWatcher {
- public:
-  ChangeLooker(const Firewall::HwConfig::Ptr& hwConfig,
-               std::function<void(const Kiv::TreeChange&)> look)
-      : TreeWatcher(hwConfig), look_(std::move(look)) {}
-
- private:
-  void onChange(const Kiv::TreeChange& change) override { look_(change); }
-  std::function<void(const Kiv::TreeChange&)> look_;
-};
-
 TEST_F(RootSmTest, ChildrenComeAndGoAfterTheHandlerHasWritten) {
   const auto cli = started();
   const auto rootSm = sw().rootSm("cli");
@@ -370,7 +367,7 @@ TEST_F(RootSmTest, ChildrenComeAndGoAfterTheHandlerHasWritten) {
   cli->vrfIs("default")->segmentIs("a")->classNameIs("__VRF_default_segment_a");
   cli->classMapIs("__VRF_default_segment_a")->intfVlanDataIs(intf);
   int looks = 0;
-  const ChangeLooker looker(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+  const OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange& change) {
     ++looks;
     const bool removed = change.kind == Kiv::TreeChange::Kind::removed;
     if (change.path == "policy/p") {
@@ -402,7 +399,7 @@ TEST_F(RootSmTest, ReactorTakenDownFromWithinItsOwnDispatchLivesUntilTheDispatch
       cli->classMapIs("__VRF_default_segment_a")
           ->intfVlanDataIs(Lanx::IntfId{std::string_view("Ethernet1")});
       bool acted = false;
-      const ChangeLooker looker(sw().hwConfig, [&](const Kiv::TreeChange&) {
+      const OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange&) {
         if (std::exchange(acted, true)) return;
         remove ? sw().fwConfigDir->entityDel("cli") : cli->enabledIs(false);
       });
@@ -422,7 +419,7 @@ TEST_F(RootSmTest, CallBacksOfTheFirstChildrenFindItNotInitialised) {
   started("api");  // so that services exist before the second source's reactor starts
   const TraceCapture traces;
   bool isReplaying = false;
-  const ChangeLooker looker(sw().hwConfig, [&](const Kiv::TreeChange&) {
+  const OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange&) {
     isReplaying = isReplaying || traces.count(8, "handleInitialized", ": ") > 0;
     EXPECT_TRUE(isReplaying);
   });
@@ -454,6 +451,7 @@ TEST_F(RootSmTest, HandlersBeforeInitialisationOrAfterCleanupReturnWithoutEffect
                               "handleDefaultPolicyDrop", "handleForwardingType"}) {
     EXPECT_TRUE(traces.saw(7, handler, " return "));
   }
+  EXPECT_EQ(traces.count(8, "handleVrf", ": default"), 1U);  // called here, not by the others
 }
 
 TEST_F(RootSmTest, NotificationsSwitchedOffReachAllChildren) {
