@@ -2,8 +2,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+#include <vector>
+
 #include "Firewall/RootSm.h"
 #include "framework/Pith/RangeException.h"
+#include "tests/support/OnWrite.h"
 #include "tests/support/SegmentTest.h"
 
 namespace {
@@ -306,6 +310,41 @@ TEST_F(ClassMapTest, NestedReactorsComeAndGoWithTheInterfaces) {
   map->intfVlanDataDel(intfNamed("Ethernet1"));
   EXPECT_FALSE(reactor->intfVlanDataHas(intfNamed("Ethernet1")));
   EXPECT_EQ(reactor->intfVlanData().size(), 1U);
+}
+
+TEST_F(ClassMapTest, NestedReactorsComeAndGoAfterTheInterfaceWasHandled) {
+  subscriber("red", "a", {"Ethernet1"});
+  sw().interface("Ethernet2", "red");
+  const auto reactor = root()->classMap("__VRF_red_segment_a");
+  std::vector<bool> followed;
+  const TestSupport::OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+    if (change.path != "vrf/red/segment/a/intfVlanRangeSet/Ethernet2") return;
+    followed.push_back(reactor->intfVlanDataHas(intfNamed("Ethernet2")));
+  });
+  const auto map = cli->classMap("__VRF_red_segment_a");
+  map->intfVlanDataIs(intfNamed("Ethernet2"));
+  map->intfVlanDataDel(intfNamed("Ethernet2"));
+  EXPECT_THAT(followed, ElementsAre(false, true));
+  EXPECT_FALSE(reactor->intfVlanDataHas(intfNamed("Ethernet2")));
+}
+
+TEST_F(ClassMapTest, InterfacesAreFollowedThoughASubscriberThrows) {
+  subscriber("red", "a", {"Ethernet1"});
+  subscriber("red", "b", {"Ethernet2"});
+  sw().interface("Ethernet3", "red");
+  fwSegment("red", "b")->intfVlanRangeSetDel(intfNamed("Ethernet2"));
+  const auto reactor = root()->classMap("__VRF_red_segment_a");
+  {
+    const TestSupport::OnWrite onWrite(
+        sw().hwConfig, [](const Kiv::TreeChange&) { throw std::runtime_error("subscriber"); });
+    const auto map = cli->classMap("__VRF_red_segment_a");
+    EXPECT_THROW(map->intfVlanDataIs(intfNamed("Ethernet3")), std::runtime_error);
+    EXPECT_TRUE(reactor->intfVlanDataHas(intfNamed("Ethernet3")));
+    const auto other = cli->classMap("__VRF_red_segment_b");
+    EXPECT_THROW(reactor->notifierIs(other), std::runtime_error);
+    EXPECT_TRUE(reactor->intfVlanDataHas(intfNamed("Ethernet2")));
+  }
+  reactor->notifierIs(cli->classMap("__VRF_red_segment_a"));
 }
 
 TEST_F(ClassMapTest, ReactorPointedAtAnotherClassMapFollowsThatOne) {

@@ -47,6 +47,15 @@ class PolicySourcesTest : public TestSupport::RulesFixture {
   }
 };
 
+TEST_F(PolicySourcesTest, PolicyThatSomebodyTookOutOfTheOutputMayLeaveOneOfItsSources) {
+  rule(sw().source("cli"), 10, "icmp");
+  rule(source("api"), 10, "icmp");
+  sw().hwConfig->policyDel("web");
+  sw().recorder.take();
+  sw().source("cli")->policyDel("web");
+  EXPECT_THAT(sw().recorder.take(), IsEmpty());
+}
+
 TEST_F(PolicySourcesTest, PolicyThatLeavesOneSourceIsCompiledFromTheOther) {
   const auto cli = source("cli");
   const auto api = source("api");
@@ -76,6 +85,17 @@ TEST_F(PolicySourcesTest, UnexpandedRulesOfThePolicyThatLeftGoToo) {
   cli->policyDel("web");
   ASSERT_EQ(fwPolicy("web")->serviceRule().size(), 1U);
   EXPECT_TRUE(fwPolicy("web")->serviceRuleHas(10));
+}
+
+TEST_F(PolicySourcesTest, FallbackPolicyOfSegmentsThatNobodyConfiguresGoesWithThePolicy) {
+  sw().source("cli")->policyIs("web");
+  const auto vrfSegment = sw().hwConfig->vrfIs("default")->segmentIs("a");
+  const auto l2Segment = sw().hwConfig->l2SegIs("l2")->segmentIs("b");
+  for (const auto& segment : {vrfSegment, l2Segment}) segment->fallbackPolicyIs(fwPolicy("web"));
+  sw().source("cli")->policyDel("web");
+  EXPECT_FALSE(fwPolicy("web"));
+  EXPECT_FALSE(vrfSegment->fallbackPolicy());
+  EXPECT_FALSE(l2Segment->fallbackPolicy());
 }
 
 TEST_F(PolicySourcesTest, TheOtherSourceTakesOverThoughASubscriberThrows) {

@@ -174,6 +174,23 @@ TEST_F(RulesExpansionTest, TheFirstRefusalEndsTheExpansion) {
           TraceRecord{module, 7, "addPolicyRule", " no ruleIds available - return false"}));
 }
 
+TEST_F(RulesExpansionTest, ARefusalInTheMiddleOfEveryLoopEndsThemAll) {
+  for (const char* const text : {"10.0.0.0/8", "11.0.0.0/8"}) {
+    service().srcIpPrefixIs(prefix(text));
+    service().dstIpPrefixIs(prefix(text));
+  }
+  for (const std::uint8_t protocol : {std::uint8_t{6}, std::uint8_t{17}}) {
+    service().protocolIs({protocol, protocol});
+  }
+  for (const std::uint16_t port : {std::uint16_t{80}, std::uint16_t{443}}) {
+    service().dstPortIs({port, port});
+    service().srcPortIs({port, port});
+  }
+  const TraceCapture traces(7);
+  EXPECT_THAT(expanded(1024), IsEmpty());
+  EXPECT_EQ(traces.count(7, "addPolicyRule", " no ruleIds available - return false"), 1U);
+}
+
 TEST_F(RulesExpansionTest, EveryRuleTracesLikeASingleInstallation) {
   service().protocolIs({5, 6});
   service().dstPortIs({80, 81});

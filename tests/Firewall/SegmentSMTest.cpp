@@ -415,6 +415,25 @@ TEST_F(SegmentSMTest, SubnetsOfARemovedSegmentAreWithdrawn) {
   EXPECT_TRUE(fwVrf("red")->prefixList().empty());
 }
 
+TEST_F(SegmentSMTest, ZombieIgnoresWhatItIsTold) {
+  policy("p");
+  const auto a = segment("red", "a");
+  const auto reactor = segmentSm("red", "a");
+  reactor->kivDoZombieReactors(true);
+  sw().recorder.take();
+  const TraceCapture traces;
+  a->policyIs("b", "p");
+  a->fallbackPolicyIs("p");
+  a->classNameIs("__VRF_red_segment_a");
+  sw().matchLists("path");
+  EXPECT_THAT(sw().recorder.take(), IsEmpty());
+  EXPECT_THAT(traces.records(), IsEmpty());
+  EXPECT_FALSE(reactor->mlConfigPathSm("path"));
+  reactor->kivDoZombieReactors(false);
+  sw().matchLists("other");
+  EXPECT_TRUE(reactor->mlConfigPathSm("other"));
+}
+
 TEST_F(SegmentSMTest, SecondCleanupDoesNothing) {
   subscriber("red", "a", {"Ethernet1"});
   segment("red", "b");
@@ -436,6 +455,8 @@ TEST_F(SegmentSMTest, HandlersDoNothingAfterCleanup) {
   input->fallbackPolicyIs("p");
   const auto reactor = segmentSm("red", "a");
   vrf("red")->segmentDel("a");
+  reactor->updateLocalDataForVrfSegment();
+  EXPECT_TRUE(vrfSm("red")->serviceSideSegment().empty());
   segment("red", "a");
   segment("red", "b");
   sw().recorder.take();

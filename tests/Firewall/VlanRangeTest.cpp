@@ -4,9 +4,11 @@
 
 #include <array>
 #include <bit>
+#include <utility>
 
 #include "Firewall/RootSm.h"
 #include "framework/Pith/RangeException.h"
+#include "tests/support/OnWrite.h"
 #include "tests/support/SegmentTest.h"
 
 namespace {
@@ -58,6 +60,19 @@ class VlanRangeTest : public TestSupport::SegmentTest {
   Firewall::Segment::Ptr lab;
   Firewall::IntfVlanRangeSet::Ptr input;
 };
+
+TEST_F(VlanRangeTest, RangeThatASubscriberAddsWhileTheSourceStartsIsBound) {
+  input->vlanRangeIs({100, 100});
+  cli->enabledIs(false);
+  bool isFirst = true;
+  const TestSupport::OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+    if (!change.path.ends_with("/vlanRange/100") || !std::exchange(isFirst, false)) return;
+    input->vlanRangeIs({200, 200});
+  });
+  cli->enabledIs(true);
+  EXPECT_FALSE(isFirst);
+  EXPECT_THAT(ranges(), ElementsAre("100", "200"));
+}
 
 TEST_F(VlanRangeTest, RangeIsStoredAsItsAlignedBlocks) {
   input->vlanRangeIs({80, 84});

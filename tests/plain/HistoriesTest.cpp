@@ -100,6 +100,26 @@ TEST(Histories, FallbackPolicyOfASegmentLeftBehindGoesWithThePolicy) {
             "");
 }
 
+TEST(Histories, FallbackPolicyOfAnL2SegmentLeftBehindGoesWithThePolicy) {
+  EXPECT_EQ(differenceIn({
+                "start",
+                "+ source/cli",
+                "+ source/cli/enabled = true",
+                "+ source/cli/policy/q",
+                "+ source/gnmi",
+                "+ source/gnmi/enabled = true",
+                "+ source/gnmi/l2SegmentDir = l2",
+                "+ source/gnmi/l2SegmentDir/segment/c",
+                "+ source/gnmi/l2SegmentDir/segment/c/fallbackPolicy = q",
+                "+ source/api",
+                "+ source/api/l2SegmentDir = l2",
+                "+ source/api/enabled = true",
+                "+ source/gnmi/enabled = false",
+                "- source/cli/policy/q",
+            }),
+            "");
+}
+
 TEST(Histories, SegmentThatAnotherSourceReplacedIsNobodysReceiver) {
   EXPECT_EQ(differenceIn({
                 "+ source/cli",

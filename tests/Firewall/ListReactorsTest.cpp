@@ -1,0 +1,125 @@
+// The collection of list reactors in a path reactor: what it holds while lists come and go.
+#include "Firewall/ListReactors.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/Firewall/PathFixture.h"
+
+namespace {
+
+using Firewall::ListSource;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class ListReactorsTest : public TestSupport::PathTest {
+ protected:
+  // A list that the configuration does not have.
+  static MatchList::MatchIpv4PrefixListConfig::Ptr lone(const char* name) {
+    return Kiv::make<MatchList::MatchIpv4PrefixListConfig>(name);
+  }
+  static std::vector<std::string> held(const Sm::Ptr& sm) {
+    std::vector<std::string> names;
+    for (const auto& reactor : sm->matchIpv4PrefixList()) {
+      names.emplace_back(reactor->notifier()->name().view());
+    }
+    return names;
+  }
+};
+
+TEST_F(ListReactorsTest, AListPutInByHandIsWalkedBehindThoseOfTheConfiguration) {
+  matchList("web", {"10.0.0.0/8"});
+  const auto sm = reactor("a");
+  sm->matchIpv4PrefixListIs(lone("alone"));
+  EXPECT_THAT(held(sm), ElementsAre("web", "alone"));
+  EXPECT_EQ(sm->matchIpv4PrefixList().size(), 2U);
+}
+
+TEST_F(ListReactorsTest, AListPutInByHandIsWalkedOnceWhenTheConfigurationHasTheNameToo) {
+  const auto sm = reactor("a");
+  sm->matchIpv4PrefixListIs(lone("web"));
+  sm->hasNotificationActiveIs(false);
+  matchList("web", {"10.0.0.0/8"});
+  EXPECT_THAT(held(sm), ElementsAre("web"));
+  EXPECT_EQ(sm->matchIpv4PrefixList().size(), 1U);
+}
+
+TEST_F(ListReactorsTest, AllOfThemGoWhoeverPutThemIn) {
+  matchList("web", {"10.0.0.0/8"});
+  const auto sm = reactor("a");
+  sm->matchIpv4PrefixListIs(lone("alone"));
+  sm->matchIpv4PrefixListDelAll();
+  EXPECT_THAT(held(sm), IsEmpty());
+  EXPECT_EQ(sm->matchIpv4PrefixList().size(), 0U);
+  EXPECT_FALSE(sm->matchIpv4PrefixListHas("alone"));
+}
+
+TEST_F(ListReactorsTest, AListThatWentLeavesNoReactorBehind) {
+  matchList("web", {"10.0.0.0/8"});
+  const auto sm = reactor("a");
+  segment("a")->prefixIpv4MlIs(ListSource::matchList("web"));
+  ASSERT_TRUE(sm->matchIpv4PrefixList("web"));
+  sw().matchLists("lists")->matchIpv4PrefixListDel("web");
+  EXPECT_FALSE(sm->matchIpv4PrefixList("web"));
+  matchList("web", {"10.1.0.0/16"});
+  EXPECT_EQ(sm->matchIpv4PrefixList("web")->notifier(),
+            sw().matchLists("lists")->matchIpv4PrefixList("web"));
+}
+
+TEST_F(ListReactorsTest, AListIsHeldUntilItsGoingWasDealtWithWhateverElseIsHeld) {
+  matchList("web", {"10.0.0.0/8"});
+  const auto sm = reactor("a");
+  segment("a")->prefixIpv4MlIs(ListSource::matchList("web"));
+  sm->matchIpv4PrefixListIs(lone("alone"));
+  std::vector<std::vector<std::string>> during;
+  const TestSupport::OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+    if (change.path.starts_with("vrf/red/segment")) during.push_back(held(sm));
+  });
+  sw().matchLists("lists")->matchIpv4PrefixListDel("web");
+  EXPECT_THAT(during, ElementsAre(ElementsAre("alone", "web")));
+  EXPECT_THAT(held(sm), ElementsAre("alone"));
+}
+
+// For each of the four kinds of lists.
+class ListReactorsStartTest : public ListReactorsTest, public testing::WithParamInterface<int> {
+ protected:
+  bool isIpv6() const { return GetParam() % 2 != 0; }
+  bool isPrefixList() const { return GetParam() / 2 != 0; }
+  std::string net(int n) const {
+    return isIpv6() ? TestSupport::Ipv6::subnet(n) : TestSupport::Ipv4::subnet(n);
+  }
+  void add(int n) {
+    if (isPrefixList()) {
+      entry("web", static_cast<std::uint32_t>(n), net(n));
+    } else {
+      matchListAdd("web", net(n));
+    }
+  }
+};
+
+TEST_P(ListReactorsStartTest, WhatASubscriberAddsWhileThePathReactorStartsIsApplied) {
+  add(1);
+  const auto source = isPrefixList() ? ListSource::prefixList("web") : ListSource::matchList("web");
+  if (isIpv6()) {
+    segment("a")->prefixIpv6MlIs(source);
+  } else {
+    segment("a")->prefixIpv4MlIs(source);
+  }
+  bool isFirst = true;
+  const TestSupport::OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+    if (change.path == local("a", net(1)) && std::exchange(isFirst, false)) add(2);
+  });
+  reactor("a");
+  EXPECT_THAT(subnets("a"), ElementsAre(net(1), net(2)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Lists, ListReactorsStartTest, testing::Range(0, 4), [](const auto& info) {
+  return std::string(info.param / 2 != 0 ? "PrefixList" : "MatchList") +
+         (info.param % 2 != 0 ? "Ipv6" : "Ipv4");
+});
+
+}  // namespace
