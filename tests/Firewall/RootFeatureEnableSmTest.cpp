@@ -112,6 +112,12 @@ TEST_F(RootFeatureEnableSmTest, EvaluationFindsTheRootSmWhenDisablingAndNotWhenC
   cli->enabledIs(false);
   feature->cleanup();
   EXPECT_THAT(seen, ElementsAre("vrf/default with RootSm", "active without"));
+  feature->kivDoZombieReactors(false);
+  cli->enabledIs(true);
+  sw().source("api")->enabledIs(true);
+  seen.clear();
+  cli->enabledIs(false);
+  EXPECT_THAT(seen, ElementsAre("vrf/default with RootSm"));
 }
 
 TEST_F(RootFeatureEnableSmTest, DisabledWithoutRootSmReturnsAtOnce) {

@@ -179,13 +179,20 @@ TEST_F(RulesExpansionTest, ARefusalInTheMiddleOfEveryLoopEndsThemAll) {
     service().srcIpPrefixIs(prefix(text));
     service().dstIpPrefixIs(prefix(text));
   }
-  for (const std::uint8_t protocol : {std::uint8_t{6}, std::uint8_t{17}}) {
-    service().protocolIs({protocol, protocol});
-  }
+  service().protocolIs({6, 7});
+  service().protocolIs({17, 17});
   for (const std::uint16_t port : {std::uint16_t{80}, std::uint16_t{443}}) {
     service().dstPortIs({port, port});
     service().srcPortIs({port, port});
   }
+  const TraceCapture traces(7);
+  EXPECT_THAT(expanded(1024), IsEmpty());
+  EXPECT_EQ(traces.count(7, "addPolicyRule", " no ruleIds available - return false"), 1U);
+}
+
+TEST_F(RulesExpansionTest, ARefusedRuleOfAnyProtocolEndsTheExpansion) {
+  service().protocolIs({0, 255});
+  service().protocolIs({17, 17});
   const TraceCapture traces(7);
   EXPECT_THAT(expanded(1024), IsEmpty());
   EXPECT_EQ(traces.count(7, "addPolicyRule", " no ruleIds available - return false"), 1U);

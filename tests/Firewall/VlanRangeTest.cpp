@@ -61,6 +61,20 @@ class VlanRangeTest : public TestSupport::SegmentTest {
   Firewall::IntfVlanRangeSet::Ptr input;
 };
 
+TEST_F(VlanRangeTest, ReactorThatWatchesNothingHandlesNothing) {
+  const auto map = sw().rootSm("cli")->classMap("__segment_lab");
+  const auto intf = map->intfVlanData(intfNamed("Ethernet1"));
+  map->notifierIs(nullptr);
+  input->vlanRangeIs({100, 100});
+  map->notifierIs(cli->classMap("__segment_lab"));
+  sw().recorder.take();
+  intf->notifierIs(nullptr);
+  input->vlanRangeIs({101, 101});
+  intf->kiv_handleIntfVlanData_vlanRange({101, 101});
+  EXPECT_THAT(writes(), IsEmpty());
+  intf->notifierIs(input);
+}
+
 TEST_F(VlanRangeTest, RangeThatASubscriberAddsWhileTheSourceStartsIsBound) {
   input->vlanRangeIs({100, 100});
   cli->enabledIs(false);

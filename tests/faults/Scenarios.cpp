@@ -114,6 +114,7 @@ std::vector<Scenario> allScenarios() {
       {"LinkToSubscribersGoes", "- source/cli/vrf/red/segment/b/policy/forwarding-segments"},
       {"FallbackPolicyGoes", "+ source/cli/vrf/red/segment/a/fallbackPolicy = "},
       {"ClassMapIsNamed", "+ source/cli/vrf/red/segment/b/className = __VRF_red_segment_a"},
+      {"ClassMapIsLeft", "+ source/cli/vrf/red/segment/a/className = "},
       {"ListIsChosen", "+ source/cli/vrf/red/segment/b/prefixIpv4Ml = matchList:x"},
       {"ListIsLeft", "+ source/cli/vrf/red/segment/a/prefixIpv4Ml = prefixList:y"},
       {"PathComes", "+ lists/other"},
