@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <map>
 #include <random>
+#include <string>
 
 #include "tests/Firewall/AppProfileSupport.h"
 
@@ -50,6 +51,18 @@ TEST_F(AppProfilePortsTest, AllPortsAreOneBlock) {
   ports("dst", {{0, 65535}});
   compile("web");
   EXPECT_THAT(dstPorts(), ElementsAre("0-65535"));
+}
+
+TEST_F(AppProfilePortsTest, EachBlockIsTracedOnce) {
+  blocks(true);
+  ports("dst", {{80, 80}, {440, 443}});
+  const TestSupport::TraceCapture traces;
+  compile("web");
+  const auto texts = traces.texts();
+  for (const char* const block : {"low 80 high 80", "low 440 high 443"}) {
+    const auto text = " Added dstPort sub range: " + std::string(block);
+    EXPECT_EQ(std::ranges::count(texts, text), 1) << block;
+  }
 }
 
 TEST_F(AppProfilePortsTest, DroppedRangeGoesAndTheOthersStay) {

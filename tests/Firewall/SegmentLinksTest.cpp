@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -50,6 +51,23 @@ class SegmentLinksTest : public ::testing::Test {
   FwVrf::Ptr fwVrf = hwConfig->vrfIs("red");
   TestSupport::WriteRecorder recorder{hwConfig};
 };
+
+TEST_F(SegmentLinksTest, LinksFromASegmentAreAskedForOnceAndNoOthers) {
+  segment("a");
+  const auto b = segment("b");
+  hwConfig->policyIs("web");
+  b->policyIs("a", "web");
+  b->policyIs("c", "");
+  const TraceCapture traces;
+  add("a", "");
+  EXPECT_EQ(std::ranges::count_if(traces.records(),
+                                  [](const TraceRecord& record) {
+                                    return record.level == 8 &&
+                                           record.function == "addInterimFromSegment";
+                                  }),
+            1);
+  EXPECT_TRUE(out("b")->fromSegmentHas("a"));
+}
 
 TEST_F(SegmentLinksTest, FallbackPolicyIsTheOneInTheOutput) {
   segment("a");
