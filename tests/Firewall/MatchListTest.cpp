@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "framework/Kiv/Errors.h"
 #include "framework/Pith/RangeException.h"
 #include "tests/Firewall/PathFixture.h"
@@ -13,6 +15,7 @@ namespace {
 using Firewall::ListSource;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
 using TestSupport::Ipv4;
 using TestSupport::Ipv6;
 using TestSupport::PathTest;
@@ -159,6 +162,19 @@ TYPED_TEST(MatchListTest, HasMatchListLooksAtTheFamilyThatIsAskedFor) {
             TypeParam::family == Lanx::AddressFamily::ipv4);
   EXPECT_EQ(sm->hasMatchList("web", Lanx::AddressFamily::ipv6),
             TypeParam::family == Lanx::AddressFamily::ipv6);
+}
+
+TYPED_TEST(MatchListTest, AFamilyCleanedWhileItsListIsAppliedIsAppliedAgain) {
+  this->matchList("web", {this->net(1), this->net(2), this->net(3)});
+  const auto sm = this->reactor("a");
+  bool isFirst = true;
+  const TestSupport::OnWrite cleaner(this->sw().hwConfig, [&](const Kiv::TreeChange& change) {
+    if (change.path != this->local("a", this->net(2)) || !std::exchange(isFirst, false)) return;
+    TypeParam::clean(*sm);
+  });
+  TypeParam::choose(*this->segment("a"), ListSource::matchList("web"));
+  EXPECT_FALSE(isFirst);
+  EXPECT_THAT(this->subnets("a"), UnorderedElementsAre(this->net(1), this->net(2), this->net(3)));
 }
 
 TYPED_TEST(MatchListTest, ARemovedListIsWithdrawnAndThenItsReactorGoes) {
