@@ -84,6 +84,20 @@ TEST_F(ListReactorsTest, AListIsHeldUntilItsGoingWasDealtWithWhateverElseIsHeld)
   EXPECT_THAT(held(sm), ElementsAre("alone"));
 }
 
+TEST_F(ListReactorsTest, TheSegmentsOfAPathShareOneWatch) {
+  const auto lists = sw().matchLists("lists");
+  const auto shared = [&lists] {
+    return lists->sharedByFollowers(Lanx::AddressFamily::ipv4).use_count();
+  };
+  EXPECT_EQ(shared(), 0);
+  reactor("a");
+  reactor("b");
+  EXPECT_EQ(shared(), 2);
+  drop("a");
+  drop("b");
+  EXPECT_EQ(shared(), 0);
+}
+
 // For each of the four kinds of lists.
 class ListReactorsStartTest : public ListReactorsTest, public testing::WithParamInterface<int> {
  protected:

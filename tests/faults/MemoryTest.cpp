@@ -4,6 +4,7 @@
 
 #include <limits>
 #include <new>
+#include <string>
 
 #include "framework/Hoard/Hoard.h"
 #include "framework/Kiv/Dir.h"
@@ -75,6 +76,20 @@ TEST_P(MemoryRunsOut, AtAnyAllocationUntilTheChangeIsGivenUp) {
 
 INSTANTIATE_TEST_SUITE_P(Faults, MemoryRunsOut, testing::ValuesIn(Faults::scenarios()),
                          [](const auto& info) { return info.param.name; });
+
+TEST(Choices, LeaveNothingBehindWhenAnotherListIsChosen) {
+  RealSwitch real(RealSwitch::Watched::no);
+  Faults::apply(real, Faults::scenarios().back().before);
+  int list = 0;
+  const auto chosen = [&](int choices) {
+    for (const int last = list + choices; list < last; ++list) {
+      const std::string name = "a list with a name that fits in no object " + std::to_string(list);
+      real.apply(Plain::Change("+ source/cli/vrf/red/segment/b/prefixIpv4Ml = matchList:" + name));
+    }
+    return FailingNew::liveAllocations();
+  };
+  EXPECT_EQ(chosen(100), chosen(100));
+}
 
 TEST(Slabs, AreMemoryThatCanRunOut) {
   const RealSwitch real(RealSwitch::Watched::no);
