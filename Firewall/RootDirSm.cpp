@@ -52,12 +52,20 @@ void RootDirSm::handleInitialized() {
   ActiveWorkManager::Handle work(activeWorkManager());
   cleanupOutput();
   initialized_ = true;
-  if (fwConfigDir) {
-    for (auto entry = fwConfigDir->entityPtrIteratorConst(); entry; ++entry) {
-      handleConfigurationSource(entry.key());
+  bool isComplete = false;
+  Kiv::Deferred steps;
+  steps.run([&] {
+    if (fwConfigDir) {
+      for (auto entry = fwConfigDir->entityPtrIteratorConst(); entry; ++entry) {
+        handleConfigurationSource(entry.key());
+      }
     }
-  }
-  work.handleDestroyed();
+    work.handleDestroyed();
+    isComplete = true;
+  });
+  // Nobody will hold this root then, nor clean it up.
+  if (!isComplete) steps.run([this] { cleanup(); });
+  steps.rethrow();
 }
 
 void RootDirSm::handleConfigurationSource(const Pith::String& name) {

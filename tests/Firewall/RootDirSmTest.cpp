@@ -13,6 +13,7 @@
 #include "framework/Kiv/Inspector.h"
 #include "framework/Kiv/TreeWatcher.h"
 #include "framework/Pith/Publisher.h"
+#include "framework/Pith/RangeException.h"
 #include "tests/support/FullConfiguration.h"
 #include "tests/support/Reinstantiation.h"
 #include "tests/support/Switch.h"
@@ -331,6 +332,21 @@ TEST_F(RootDirSmTest, WithoutDirectoryThereAreNoSources) {
   EXPECT_TRUE(root->rootFeatureSm().empty());
   EXPECT_FALSE(sw().hwConfig->active());
   root->cleanup();
+}
+
+TEST_F(RootDirSmTest, LeavesNothingInTheOutputWhenItCannotStart) {
+  TestSupport::shareConfiguration(sw());
+  TestSupport::fullSource(sw(), "cli")->enabledIs(true);
+  sw().fieldSetConfig->fieldSetL4PortIs("wrong")->subConfigIs("l2")->portsIs({443, 80});
+  sw().appRecConfig->appIs("wrong")->dstPortFieldSetIs("wrong");
+  EXPECT_THROW(sw().start(), Pith::RangeException);
+  EXPECT_FALSE(sw().hwConfig->active());
+  EXPECT_TRUE(sw().hwConfig->vrf().empty());
+  EXPECT_TRUE(sw().hwConfig->policy().empty());
+  EXPECT_TRUE(sw().hwConfig->services().empty());
+  EXPECT_FALSE(sw().hwConfig->l2Seg());
+  EXPECT_TRUE(sw().firewallStatus->service().empty());
+  EXPECT_FALSE(sw().hwConfig->updateInProgress());
 }
 
 TEST_F(RootDirSmTest, TracesItsDecisions) {

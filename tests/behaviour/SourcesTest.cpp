@@ -112,6 +112,7 @@ TEST(BehaviourOfFaults, SourceThatCannotBeReplayedDoesNotStart) {
   EXPECT_THAT(real.dump(), Contains("active = false"));
   apply({"stop"});
   EXPECT_THROW(apply({"start"}), Pith::RangeException);
+  EXPECT_TRUE(real.isEmpty());
   apply({"+ source/cli/vrf/default/segment/a/className = ", "+ source/cli/enabled = false", "start",
          "+ source/cli/enabled = true"});
   EXPECT_THAT(real.dump(), Contains("active = true"));

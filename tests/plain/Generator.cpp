@@ -15,7 +15,7 @@ const Names applications{"web", "dns", "icmp"};
 const Names listNames{"x", "y"};
 const Names paths{"main", "other"};
 const Names interfaces{"Ethernet1", "Ethernet2", "Ethernet3"};
-const Names sequenceNumbers{"10", "20", "1023", "1024"};
+const Names sequenceNumbers{"0", "10", "20", "1023", "1024"};
 const Names fieldSets{"s", "t"};
 
 }  // namespace
@@ -84,7 +84,8 @@ std::string Generator::inSegment() {
       return sign() + segment;
     case 2:
     case 3:
-      return sign() + segment + "/policy/" + of(fromSegments) + " = " + of(policies);
+      return sign() + segment + "/policy/" + of(fromSegments) + " = " +
+             (chance(5) ? "" : of(policies));
     case 4:
       return "+ " + segment + "/fallbackPolicy = " + (chance(30) ? "" : of(policies));
     case 5:

@@ -18,7 +18,8 @@ class Life {
   // Makes the change to both and says what is wrong after it: where the two differ, or where the
   // library does not keep its promises. A change for which something is missing is left out.
   std::string after(const std::string& line);
-  // The same after the root has been stopped.
+  // The same after everything was removed from the inputs, one collection after the other, and the
+  // root was stopped; then the output has to be empty.
   std::string end();
 
   // Of the last change: what the library wrote, and its words when it refused it.

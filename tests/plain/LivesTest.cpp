@@ -27,6 +27,7 @@ TEST(Lives, LibraryDoesWhatThePlainModelDoes) {
   const std::uint64_t first = numberFrom("FIREWALL_LIVES_SEED", std::random_device()());
   std::cout << lives << " lives from FIREWALL_LIVES_SEED=" << first << std::endl;
   for (std::uint64_t seed = first; seed < first + lives; ++seed) {
+    std::cout << "seed " << seed << std::endl;  // for one that does not come to its end
     Plain::Generator generator(seed);
     History history = generator.beginning();
     while (history.size() < 600) {

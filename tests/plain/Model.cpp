@@ -2,7 +2,10 @@
 
 namespace Plain {
 
-Model::Model() { hw->log = &log; }
+Model::Model() {
+  hw->log = &log;
+  status.log = &log;
+}
 Model::~Model() { stop(); }
 
 void Model::start() { features = std::make_unique<Features>(*this); }
@@ -36,9 +39,9 @@ Features::Features(Model& model)
   try {
     for (const std::string& name : model_->in.configs->entry.keys()) onSource(name);
   } catch (const Refused&) {  // it does not start
+    cleanup();
     directory_.end();
     profiles_.reset();
-    for (const std::string& name : sources_.keys()) removeSource(name);
     throw;
   }
 }

@@ -286,11 +286,11 @@ void HwConfig::servicesDelAll() {
 void Status::serviceIs(const std::string& name) {
   if (service.has(name)) return;
   service.set(name, true);
-  log.push_back("+ service/" + pathKey(name));
+  log->push_back("+ status/service/" + pathKey(name));
 }
 
 void Status::serviceDel(const std::string& name) {
-  if (service.erase(name)) log.push_back("- service/" + pathKey(name));
+  if (service.erase(name)) log->push_back("- status/service/" + pathKey(name));
 }
 
 namespace {

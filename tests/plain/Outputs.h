@@ -195,7 +195,7 @@ struct HwConfig : Out, Watched {
 
 struct Status {
   Listed<std::string, bool> service;
-  Lines log;
+  Lines* log = nullptr;
   void serviceIs(const std::string& name);
   void serviceDel(const std::string& name);
 };

@@ -75,7 +75,7 @@ struct RealSwitch::Objects {
   struct Watchers {
     explicit Watchers(const Objects& objects)
         : recorder(objects.hwConfig),
-          statusRecorder(objects.firewallStatus),
+          statusRecorder(objects.firewallStatus, recorder, "status/"),
           hardware(objects.hwConfig) {}
     TestSupport::WriteRecorder recorder;
     TestSupport::WriteRecorder statusRecorder;
@@ -151,10 +151,15 @@ Lines RealSwitch::dump() {
 }
 
 Lines RealSwitch::takeWrites() { return objects_->watchers->recorder.take(); }
-Lines RealSwitch::takeStatusWrites() { return objects_->watchers->statusRecorder.take(); }
 
 std::vector<Pith::Ptr<Kiv::Entity>> RealSwitch::outputs() const {
   return {objects_->hwConfig, objects_->firewallStatus, objects_->appRecStatus};
+}
+
+bool RealSwitch::isEmpty() const {
+  const Firewall::HwConfig& hwConfig = *objects_->hwConfig;
+  return hwConfig.vrf().empty() && hwConfig.policy().empty() && hwConfig.services().empty() &&
+         !hwConfig.l2Seg() && !hwConfig.active() && objects_->firewallStatus->service().empty();
 }
 
 std::string RealSwitch::broken() {

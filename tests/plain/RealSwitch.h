@@ -23,15 +23,17 @@ class RealSwitch {
   void apply(const Change& change);
   void stop();
 
-  // "path = text" of the whole output, sorted; and what the reactors have written since.
+  // "path = text" of the whole output, sorted; and what the reactors have written since, the status
+  // below "status/".
   Lines dump();
   Lines takeWrites();
-  Lines takeStatusWrites();
   // What is broken, whatever has gone wrong before: an open work handle, an index that differs from
   // its walk. Empty when nothing is.
   std::string broken();
   // The same and what else is wrong: between the outputs, or by the fake hardware agent's word.
   std::string complaint();
+  // Whether no VRF, policy, segment or service is in the output.
+  bool isEmpty() const;
   // What the library writes.
   std::vector<Pith::Ptr<Kiv::Entity>> outputs() const;
 

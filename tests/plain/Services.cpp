@@ -19,8 +19,8 @@ void Root::onService(const std::string& name) {
       model_->status.serviceIs(name);
     } else {
       deleteServicePolicyRules(name);
-      for (const auto& [policy, seqnum] : rulesNaming(name)) takeOver(policy, seqnum);
       model_->status.serviceDel(name);
+      for (const auto& [policy, seqnum] : rulesNaming(name)) takeOver(policy, seqnum);
     }
   }
   watchService(name);

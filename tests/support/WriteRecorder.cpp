@@ -41,12 +41,12 @@ std::vector<std::string> WriteRecorder::takeBelow(const std::string& path) {
 void WriteRecorder::onChange(const Kiv::TreeChange& change) {
   using Kind = Kiv::TreeChange::Kind;
   std::string line = change.kind == Kind::added ? "+ " : change.kind == Kind::changed ? "~ " : "- ";
-  line += change.path;
+  line += prefix_ + change.path;
   if (change.kind != Kind::removed && change.attribute.child == nullptr &&
       change.attribute.value != nullptr) {
     line += " = " + withShortReferences(change.value);
   }
-  lines_.push_back(std::move(line));
+  into_->lines_.push_back(std::move(line));
 }
 
 }  // namespace TestSupport

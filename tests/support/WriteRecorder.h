@@ -9,6 +9,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "framework/Kiv/TreeWatcher.h"
@@ -17,7 +18,10 @@ namespace TestSupport {
 
 class WriteRecorder final : public Kiv::TreeWatcher {
  public:
-  using TreeWatcher::TreeWatcher;
+  explicit WriteRecorder(Pith::Ptr<Kiv::Entity> root) : TreeWatcher(std::move(root)) {}
+  // Writes its lines to those of another, with `prefix` before each path.
+  WriteRecorder(Pith::Ptr<Kiv::Entity> root, WriteRecorder& into, std::string prefix)
+      : TreeWatcher(std::move(root)), into_(&into), prefix_(std::move(prefix)) {}
 
   // All lines since the last take().
   std::vector<std::string> take();
@@ -29,6 +33,8 @@ class WriteRecorder final : public Kiv::TreeWatcher {
   void onChange(const Kiv::TreeChange& change) override;
 
   std::vector<std::string> lines_;
+  WriteRecorder* into_ = this;
+  std::string prefix_;
 };
 
 // References as the last step of their path.
