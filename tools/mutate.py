@@ -13,8 +13,9 @@ tree in build/mutation, each behind a test of its number, which FIREWALL_MUTANT 
 so a fault costs one run of the tests, and none a compilation. What cannot be compiled that way is left out.
 
 A fault that no test of test_Firewall notices is tried on the other programs that run the reactors, the plain
-model's last, and survives if none of them notices it. Results are kept in build/mutation/results.jsonl, so that a run that was cut goes on
-where it stopped; they hold until a source of Firewall/ changes.
+model's last, and survives if none of them notices it. tools/equivalent_faults.txt names those that change nothing
+that can be seen. Results are kept in build/mutation/results.jsonl, so that a run that was cut goes on where it
+stopped; they hold until a source of Firewall/ changes.
 
 Source: the technique is the "mutant schemata" of Untch, Offutt and Harrold (1993).
 """
@@ -46,6 +47,7 @@ TESTS = ("test_Firewall", "test_Firewall_AppRecogStub", "test_behaviour", "test_
 MEMORY = 8 << 30
 LIVES = "20"
 LIBCLANG = "libclang-14.so.1"
+EQUIVALENT = ROOT / "tools" / "equivalent_faults.txt"
 
 Fault = collections.namedtuple("Fault", "file line kind before after")
 
@@ -59,7 +61,7 @@ constexpr bool is(int number) { return std::is_constant_evaluated() ? false : ch
 """
 
 TURNED = {"&&": "||", "||": "&&", "==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">"}
-IGNORED = re.compile(r"\b(TWINLOG|PITH_ASSERT|fmtrace|static_assert|KIV_|FIREWALL_LIST)")
+IGNORED = re.compile(r"TWINLOG|PITH_ASSERT|fmtrace|static_assert|KIV_|FIREWALL_LIST")
 # Does nothing but take memory in advance.
 HARMLESS = re.compile(r"\breserve\(|^\(?void\)|^static_cast<void>")
 JUMPS = {Kind.RETURN_STMT, Kind.CONTINUE_STMT, Kind.BREAK_STMT}
@@ -92,7 +94,7 @@ class Source:
     def add(self, start, end, kind, after, *sites):
         """A fault that changes the text from start to end; sites are (start, end, make)."""
         text = self.text(start, end)
-        if start < end and not IGNORED.search(text):
+        if start < end and not IGNORED.match(text):
             fault = Fault(self.path.name, self.line(start), kind, " ".join(text.split()), " ".join(after.split()))
             self.faults.setdefault(fault, [Site(*site) for site in sites])
 
@@ -158,7 +160,7 @@ def visit(cursor, parents, source):
     def is_statement(at):
         first, last = extent(at)
         return (at.kind.is_expression() and source.bytes[last:last + 1] == b";"
-                and not HARMLESS.search(source.text(first, last)))
+                and not HARMLESS.search(source.text(first, last)) and not IGNORED.match(source.text(first, last)))
 
     if parent in body_of and is_statement(cursor):
         replace(start, end, "statement dropped", "nothing", instead_of("0"))
@@ -228,18 +230,19 @@ def limited():
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 
-def passes(test, number, timeout):
+def failure(test, number, timeout):
+    """How the test fails with the fault; empty when it passes."""
     environment = dict(os.environ, GTEST_FAIL_FAST="1", GTEST_BRIEF="1", FIREWALL_LIVES=LIVES,
                        FIREWALL_LIVES_SEED="1", FIREWALL_MUTANT=str(number))
     process = subprocess.Popen([str(BUILD / "tests" / test)], cwd=BUILD, env=environment,
                                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL, start_new_session=True, preexec_fn=limited)
     try:
-        return process.wait(timeout) == 0
+        return "" if process.wait(timeout) == 0 else f"killed by {test}"
     except subprocess.TimeoutExpired:
         os.killpg(process.pid, 9)
         process.wait()
-        return False
+        return f"killed, for {test} hangs"
 
 
 def copy_tree():
@@ -308,7 +311,7 @@ def timeouts():
     seconds = {}
     for test in TESTS:
         began = time.monotonic()
-        if not passes(test, 0, 3600):
+        if failure(test, 0, 3600):
             sys.exit(f"{test} fails without any fault")
         seconds[test] = 20 + 6 * (time.monotonic() - began)
     return seconds
@@ -316,8 +319,8 @@ def timeouts():
 
 def judge(number, seconds):
     for test in TESTS:
-        if not passes(test, number, seconds[test]):
-            return f"killed by {test}"
+        if killed := failure(test, number, seconds[test]):
+            return killed
     return "survived"
 
 
@@ -339,19 +342,41 @@ def known():
     return results
 
 
+def equivalent():
+    """Those that are named: (file, kind of fault, line of the source, what is changed in it)."""
+    named = set()
+    for line in EQUIVALENT.read_text().splitlines():
+        if line and not line.startswith("#"):
+            name, kind, text, before, _ = line.split(" ;; ")
+            named.add((name, kind, text, before))
+    return named
+
+
+def description(fault):
+    lines = (ROOT / "Firewall" / fault.file).read_text().splitlines()
+    return fault.file, fault.kind, lines[fault.line - 1].strip(), fault.before
+
+
 def report(results):
+    named = equivalent()
     counted = collections.Counter()
     for fault, result in sorted(results.items()):
-        counted[fault.kind, result.split()[0]] += 1
-        if result == "survived":
+        outcome = re.match(r"\w+", result).group()
+        if outcome == "survived" and description(fault) in named:
+            outcome = "equivalent"
+        counted[fault.kind, outcome] += 1
+        if outcome == "survived":
             print(f"Firewall/{fault.file}:{fault.line}: {fault.kind}: {fault.before} -> {fault.after}")
+            print("    " + " ;; ".join(description(fault)))
     print()
+    outcomes = ("killed", "survived", "equivalent")
     for kind in sorted({kind for kind, _ in counted}):
-        print(f"{kind:18} {counted[kind, 'killed']:4} killed, {counted[kind, 'survived']:3} survived")
-    killed = sum(n for (_, result), n in counted.items() if result == "killed")
-    survived = sum(n for (_, result), n in counted.items() if result == "survived")
+        print(f"{kind:18}" + ",".join(f" {counted[kind, outcome]:4} {outcome}" for outcome in outcomes))
+    hanging = sum(result.endswith("hangs") for result in results.values())
+    killed, survived, same = (sum(counted[key] for key in counted if key[1] == outcome) for outcome in outcomes)
     if killed + survived:
-        print(f"{killed} of {killed + survived} killed: {100 * killed / (killed + survived):.1f} %")
+        print(f"{killed} of {killed + survived} killed: {100 * killed / (killed + survived):.1f} %, {hanging} of "
+              f"them by a test that hangs; {same} change nothing that can be seen")
 
 
 def main():
