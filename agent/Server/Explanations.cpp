@@ -43,17 +43,19 @@ constexpr std::string_view narrowerKept =
     "A range of ports that becomes wider leaves the narrower ones, or blocks, that it had been, "
     "beside it; they match nothing more. Disable and enable the sources to be rid of them.";
 constexpr std::string_view firstClaim =
-    "Of several segments whose lists hold a prefix, the one that held it first owns it VRF-wide. "
-    "Give such a prefix to its segment as a global prefix.";
+    "Of several segments whose lists hold a prefix, the one that held it first owns it VRF-wide, "
+    "until any of them gives it up: then the first of the others in the VRF does. Give such a "
+    "prefix to its segment as a global prefix.";
 constexpr std::string_view globalOfTwo =
     "A global prefix in two sources goes to the segment that was named last, after a restart to "
     "that of the source that joined the directory first. Give it in one source.";
 constexpr std::string_view globalOfDisabled =
-    "The global prefixes of a disabled source still keep match lists off the VRF-wide list. Remove "
-    "them before disabling it.";
+    "The global prefixes of a disabled source still keep match lists off the VRF-wide list, and "
+    "enter it when a segment that they name comes. Remove them before disabling it.";
 constexpr std::string_view globalOfNone =
-    "A global prefix of a segment that is not configured leaves the prefix to a list that held it "
-    "before, and keeps lists that come later off the VRF-wide list. Configure the segment.";
+    "A global prefix of a segment that is not configured leaves the prefix to a list that held "
+    "it before, whatever becomes of that list, and keeps lists that come later off the VRF-wide "
+    "list. Configure the segment.";
 constexpr std::string_view listsOfTwo =
     "Of two sources that choose lists for one segment the last wins, and its subnets replace the "
     "other's. Choose in one source.";
@@ -71,7 +73,8 @@ constexpr std::string_view interfaceGone =
     "that. Remove it from the class map first.";
 constexpr std::string_view classMapsOfTwo =
     "Of two sources with a class map of one name, the one that removes an interface or the class "
-    "map unbinds it for both. Define it in one source.";
+    "map unbinds it for both, and the one that changed last gives an interface its VLANs. Define "
+    "it in one source.";
 constexpr std::string_view stillSubscriber =
     "A segment that lost its interfaces still counts as a subscriber, also when it is reported on "
     "the service side, and services keep their links from it. Remove the segment and add it again.";

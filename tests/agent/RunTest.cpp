@@ -293,7 +293,8 @@ TEST_F(RunTest, VerifyExplainsWhatTheWayDecidedAndResyncUndoesIt) {
   EXPECT_EQ(differs.out,
             "vrf/default/prefixList/10.0.0.0%2F8: is b, would be a\n"
             "    explained: Of several segments whose lists hold a prefix, the one that held it "
-            "first owns it VRF-wide. Give such a prefix to its segment as a global prefix.\n"
+            "first owns it VRF-wide, until any of them gives it up: then the first of the others "
+            "in the VRF does. Give such a prefix to its segment as a global prefix.\n"
             "1 difference\n");
   EXPECT_NE(ask({"resync"}).out.find(" writes\n"), std::string::npos);
   EXPECT_EQ(ask({"verify"}).status, 0);

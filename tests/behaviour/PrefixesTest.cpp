@@ -120,7 +120,8 @@ TEST_F(Prefixes, SubnetWithHostBitsClaimsItsPrefixAndNeverInheritsIt) {
 }
 
 // A global prefix of a segment that is not configured leaves the prefix to a list that held it
-// before, and keeps lists that come later off the VRF-wide list. Configure the segment.
+// before, whatever becomes of that list, and keeps lists that come later off the VRF-wide list.
+// Configure the segment.
 TEST_F(Prefixes, GlobalPrefixOfAnUnconfiguredSegmentKeepsListsOff) {
   given({"+ source/gnmi/vrf/red/prefix/10.0.0.0%2F8 = nowhere",
          "+ source/gnmi/vrf/red/prefix/10.1.0.0%2F16 = nowhere"});
@@ -131,22 +132,31 @@ TEST_F(Prefixes, GlobalPrefixOfAnUnconfiguredSegmentKeepsListsOff) {
   EXPECT_EQ(owner(eight), "a") << "not withdrawn";
 }
 
-// The global prefixes of a disabled source still keep match lists off the VRF-wide list. Remove
-// them before disabling it.
+// The global prefixes of a disabled source still keep match lists off the VRF-wide list, and enter
+// it when a segment that they name comes. Remove them before disabling it.
 TEST_F(Prefixes, GlobalPrefixOfADisabledSourceKeepsListsOff) {
   given({"+ source/gnmi/vrf/red/prefix/10.1.0.0%2F16 = a"});
   choose("cli", "b", "matchList:y");
   EXPECT_THAT(subnets("b"), ElementsAre(sixteen));
   EXPECT_EQ(owner(sixteen), "-");
+  given({"+ source/gnmi/vrf/red/prefix/192.0.2.0%2F24 = c"});
+  EXPECT_EQ(owner("192.0.2.0%2F24"), "-");
+  given({"+ source/cli/vrf/red/segment/c"});
+  EXPECT_EQ(owner("192.0.2.0%2F24"), "c");
 }
 
-// Of several segments whose lists hold a prefix, the one that held it first owns it VRF-wide.
-// Give such a prefix to its segment as a global prefix.
+// Of several segments whose lists hold a prefix, the one that held it first owns it VRF-wide,
+// until any of them gives it up: then the first of the others in the VRF does. Give such a prefix
+// to its segment as a global prefix.
 TEST_F(Prefixes, SegmentThatHeldAPrefixFirstOwnsIt) {
-  choose("cli", "0", "matchList:x");
+  given({"+ source/cli/vrf/red/segment/b", "+ source/cli/vrf/red/segment/c"});
+  for (const char* const segment : {"a", "b"}) choose("cli", segment, "none");
+  for (const char* const segment : {"c", "b", "a"}) choose("cli", segment, "matchList:x");
+  EXPECT_EQ(owner(eight), "c");
+  choose("cli", "b", "none");
   EXPECT_EQ(owner(eight), "a");
-  given({"+ source/cli/vrf/red/prefix/10.0.0.0%2F8 = 0"});
-  EXPECT_EQ(owner(eight), "0");
+  given({"+ source/cli/vrf/red/prefix/10.0.0.0%2F8 = c"});
+  EXPECT_EQ(owner(eight), "c");
 }
 
 // A global prefix in two sources goes to the segment that was named last, after a restart to

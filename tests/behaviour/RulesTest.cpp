@@ -63,6 +63,12 @@ TEST_F(Rules, PortRangeInsideALargerNewOneStays) {
                                    "protocol=6,dstPort=100-199,srcPort=0-65535"));
   disableAndEnable({"cli"});
   EXPECT_THAT(rules(), ElementsAre("protocol=6,dstPort=1-1000,srcPort=0-65535"));
+  given({"+ cap/portRangeBlocksRequired = true", "- sets/fieldSetL4Port/s/subConfig/ports/1-1000",
+         "+ sets/fieldSetL4Port/s/subConfig/ports/96-127",
+         "+ sets/fieldSetL4Port/s/subConfig/ports/64-127",
+         "- sets/fieldSetL4Port/s/subConfig/ports/96-127"});
+  EXPECT_THAT(rules(), ElementsAre("protocol=6,dstPort=64-127,srcPort=0-65535",
+                                   "protocol=6,dstPort=96-127,srcPort=0-65535"));
 }
 
 // Two ranges of one port set that start at the same port take each other's place, and the later
@@ -73,6 +79,12 @@ TEST_F(Rules, OfTwoRangesWithOneStartTheLaterWins) {
   set("s", "80-443");
   given({"+ apps/app/web/dstPortFieldSet = s", "+ sets/fieldSetL4Port/s/subConfig/ports/80"});
   EXPECT_THAT(rules(), ElementsAre("protocol=6,dstPort=80,srcPort=0-65535"));
+  given({"+ cap/portRangeBlocksRequired = true", "- sets/fieldSetL4Port/s/subConfig/ports/80-443",
+         "- sets/fieldSetL4Port/s/subConfig/ports/80",
+         "+ sets/fieldSetL4Port/s/subConfig/ports/63-127",
+         "+ sets/fieldSetL4Port/s/subConfig/ports/64"});
+  EXPECT_THAT(rules(), ElementsAre("protocol=6,dstPort=63,srcPort=0-65535",
+                                   "protocol=6,dstPort=64,srcPort=0-65535"));
 }
 
 // A range with start above end raises a range error at whoever publishes it. The rules stay as
@@ -204,6 +216,21 @@ TEST_F(Rules, CapabilitiesAreReadWhenSomethingIsCompiled) {
   disableAndEnable({"cli"});
   EXPECT_THAT(rules(), IsEmpty());
   EXPECT_TRUE(has("policy/p/serviceRule/10"));
+
+  given({"+ cap/serviceRuleSupported = false"});
+  set("s", "1-2");
+  given({"+ apps/app/web/dstPortFieldSet = s"});
+  given({"+ cap/portRangeBlocksRequired = true"});
+  EXPECT_THAT(rules(), SizeIs(1));
+  disableAndEnable({"cli"});
+  EXPECT_THAT(rules(), SizeIs(2));
+
+  given({"+ source/cli/vrf/red/prefix/192.0.2.0%2F24 = a"});
+  const std::string owner = "vrf/red/prefixList/192.0.2.0%2F24";
+  given({"+ cap/globalPrefixListSupported = false"});
+  EXPECT_TRUE(has(owner));
+  disableAndEnable({"cli"});
+  EXPECT_FALSE(has(owner));
 }
 
 // Policies of one name in several sources are one policy. Where sequence numbers meet, the rule
@@ -216,6 +243,10 @@ TEST_F(Rules, PoliciesOfOneNameAreOne) {
   rule("10", "web");
   rule("10", "dns", "gnmi");
   rule("20", "web");
+  EXPECT_THAT(rules(), ElementsAre(HasSubstr("protocol=17"), HasSubstr("protocol=6")));
+  given({"- apps/app/dns"});
+  EXPECT_THAT(rules(), ElementsAre(HasSubstr("protocol=6"), HasSubstr("protocol=6")));
+  application("dns", "17");
   EXPECT_THAT(rules(), ElementsAre(HasSubstr("protocol=17"), HasSubstr("protocol=6")));
   given({"- source/gnmi/policy/p/rule/10"});
   EXPECT_THAT(rules(), ElementsAre(HasSubstr("protocol=6"), HasSubstr("protocol=6")));

@@ -86,7 +86,7 @@ TEST_F(Segments, LaterPolicyOfForwardingSegmentsDoesNotLink) {
 TEST_F(Segments, PolicyOfForwardingSegmentsLeavesTheLinks) {
   given({"+ source/cli/policy/q", "+ source/cli/vrf/red/segment/b/policy/forwarding-segments = q",
          "- source/cli/policy/q"});
-  EXPECT_TRUE(has(fromA_));
+  EXPECT_EQ(at(fromA_), "segment=@a,policy=@");
   given({"- source/cli/vrf/red/segment/b/policy/forwarding-segments"});
   EXPECT_FALSE(has(fromA_));
 }
@@ -116,11 +116,17 @@ TEST_F(Segments, SupportForForwardingSegmentsUnlinksSegmentsThatDoNotNameIt) {
   EXPECT_TRUE(has("vrf/red/segment/c/fromSegment/d"));
 }
 
-// Links from "forwarding-segments" stay when the hardware's support for it goes. Remove the
-// entry as well.
+// Links from "forwarding-segments" stay when the hardware's support for it goes, also when the
+// entry is removed after that. Remove the entry first.
 TEST_F(Segments, LinksStayWhenTheSupportForForwardingSegmentsGoes) {
+  const std::string entry = "source/cli/vrf/red/segment/b/policy/forwarding-segments";
   given({"+ cap/forwardingSegmentsPolicySupported = false"});
   EXPECT_TRUE(has(fromA_));
+  given({"- " + entry});
+  EXPECT_TRUE(has(fromA_));
+  given({"+ cap/forwardingSegmentsPolicySupported = true", "+ " + entry + " = p", "- " + entry,
+         "+ cap/forwardingSegmentsPolicySupported = false"});
+  EXPECT_FALSE(has(fromA_));
 }
 
 // A disabled source leaves its segments in a VRF that another enabled source has: without
@@ -180,14 +186,26 @@ TEST_F(Segments, InterfaceThatGoesStaysBound) {
   EXPECT_FALSE(has(intf_));
 }
 
-// Of two sources with a class map of one name, the one that removes an interface or the class
-// map unbinds it for both. Define it in one source.
+// Of two sources with a class map of one name, the one that removes an interface or the class map
+// unbinds it for both, and the one that changed last gives an interface its VLANs. Define it in
+// one source.
 TEST_F(Segments, WhoRemovesAClassMapOfTwoSourcesUnbindsItForBoth) {
   given({"+ source/gnmi/enabled = true", "+ source/gnmi/classMap/__VRF_red_segment_a",
          "+ source/gnmi/classMap/__VRF_red_segment_a/intfVlanData/Ethernet1"});
   EXPECT_TRUE(has(intf_));
   given({"- source/gnmi/classMap/__VRF_red_segment_a"});
   EXPECT_FALSE(has(intf_));
+  given({"+ source/cli/l2SegmentDir = l2", "+ source/cli/l2SegmentDir/segment/v",
+         "+ source/cli/l2SegmentDir/segment/v/className = __segment_v"});
+  const std::string vlans = "l2Seg/segment/v/intfVlanRangeSet/Ethernet1/vlanRange";
+  for (const std::string source : {"cli", "gnmi", "cli"}) {
+    const std::string map = "source/" + source + "/classMap/__segment_v";
+    const std::string vlan = source == "cli" ? "100" : "200";
+    given({"+ " + map, "+ " + map + "/intfVlanData/Ethernet1",
+           "- " + map + "/intfVlanData/Ethernet1/vlanRange/" + vlan,
+           "+ " + map + "/intfVlanData/Ethernet1/vlanRange/" + vlan});
+    EXPECT_THAT(below(vlans), ElementsAre(vlans + "/" + vlan + " = "));
+  }
 }
 
 // A segment of a VRF takes whole interfaces: VLAN ranges are followed in the L2 directory

@@ -49,6 +49,12 @@ TEST_F(Behaviour, SwitchesOfADisabledSourceCountFromTheNextLookOn) {
   disableAndEnable({"cli"});
   EXPECT_EQ(at("forwardType"), "routed");
   EXPECT_EQ(at("defaultPolicyDrop"), "false");
+  given({"- source/gnmi"});
+  EXPECT_EQ(at("forwardType"), "routed");
+  EXPECT_EQ(at("defaultPolicyDrop"), "false");
+  given({"+ source/cli/forwardType = bridged", "+ source/cli/defaultPolicy = drop"});
+  EXPECT_EQ(at("forwardType"), "bridged");
+  EXPECT_EQ(at("defaultPolicyDrop"), "true");
 }
 
 // These two keep their last values while `active` is false: do not read them then.
@@ -95,8 +101,8 @@ TEST_F(Behaviour, VrfThatSeveralHaveStaysWhenItLeavesTheStatus) {
 }
 
 // A source whose configuration cannot be replayed (a class map for a VRF name above 100 bytes,
-// say) does not start, and the factory throws when it is enabled already: mend it, then disable
-// and enable it.
+// say) does not start, and the factory throws when it is enabled already, the tables empty: mend
+// it, then disable and enable it.
 TEST(BehaviourOfFaults, SourceThatCannotBeReplayedDoesNotStart) {
   RealSwitch real;
   const auto apply = [&real](const History& lines) {
