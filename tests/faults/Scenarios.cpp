@@ -1,5 +1,7 @@
 #include "tests/faults/Scenarios.h"
 
+#include <set>
+
 namespace Faults {
 namespace {
 
@@ -71,6 +73,9 @@ const History api{
     "+ source/api/vrf/red",
     "+ source/api/vrf/red/prefix/10.0.0.0%2F8 = a",
     "+ source/api/vrf/red/segment/a",
+    "+ source/api/classMap/__VRF_red_segment_a",
+    "+ source/api/classMap/__VRF_red_segment_a/intfVlanData/Ethernet1",
+    "+ source/api/vrf/red/segment/a/className = __VRF_red_segment_a",
     "+ source/api/vrf/red/segment/a/prefixIpv4Ml = matchList:x",
     "+ source/api/vrf/red/segment/c",
     "+ source/api/vrf/red/segment/c/policy/a = p",
@@ -125,6 +130,9 @@ std::vector<Scenario> allScenarios() {
       {"PrefixEntryChanges",
        "+ acl/prefixList/y/prefixEntry/10 = prefix=10.3.0.0/16,action=permit"},
       {"PrefixListComes", "+ acl/prefixList/z"},
+      {"PrefixListGoes", "- acl/prefixList/y"},
+      {"SourceIsReplaced", "+ source/cli = new"},
+      {"PathIsReplaced", "+ lists/main = new"},
       {"GlobalPrefixComes", "+ source/cli/vrf/red/prefix/2001:db8::%2F32 = b"},
       {"GlobalPrefixGoes", "- source/cli/vrf/red/prefix/10.1.0.0%2F16"},
       {"ClassMapGoes", "- source/cli/classMap/__VRF_red_segment_a"},
@@ -135,6 +143,20 @@ std::vector<Scenario> allScenarios() {
       {"ForwardingSupportGoes", "+ cap/forwardingSegmentsPolicySupported = false"},
   };
   for (const auto& [name, change] : changes) all.push_back({name, running, change});
+  const auto with = [&running](const char* more) { return running + History{more}; };
+  all.push_back({"ForwardingSupportComes", with("+ cap/forwardingSegmentsPolicySupported = false"),
+                 "+ cap/forwardingSegmentsPolicySupported = true"});
+  all.push_back({"PortSetThatBecomesBlocksChanges", with("+ cap/portRangeBlocksRequired = true"),
+                 "+ sets/fieldSetL4Port/s/subConfig/ports/1000-1999"});
+  all.push_back({"RuleThatIsTakenWholeComes", with("+ cap/serviceRuleSupported = true"),
+                 "+ source/cli/policy/p/rule/30 = service=web,action=drop"});
+  const std::set<std::string> silent{"SourceComes", "PathComes", "PathGoes", "PrefixListComes",
+                                     "ForwardingSupportGoes"};
+  const std::set<std::string> frugal{"SwitchesChange", "L2DirectoryGoes"};
+  for (Scenario& scenario : all) {
+    scenario.writes = !silent.contains(scenario.name);
+    scenario.allocates = !frugal.contains(scenario.name);
+  }
   return all;
 }
 

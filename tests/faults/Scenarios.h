@@ -14,6 +14,8 @@ struct Scenario {
   std::string name;
   Plain::History before;
   std::string change;
+  bool writes = true;     // whether it writes to the output
+  bool allocates = true;  // whether it needs memory
 };
 
 const std::vector<Scenario>& scenarios();

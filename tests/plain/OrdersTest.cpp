@@ -225,6 +225,39 @@ TEST(Orders, SourceGoesAndItsVrfChangesInAnyOrder) {
       "vrf/blue/segment/c = ", {"+ source/cli/vrf/blue"});
 }
 
+TEST(Orders, SourceIsDisabledAmongChangesInAnyOrder) {
+  expectTheSameInEveryOrder(
+      enabledSource({"+ source/cli/vrf/red/segment/a", "+ source/gnmi", "+ source/gnmi/vrf/blue",
+                     "+ ip/vrf/blue", "+ source/gnmi/vrf/blue/segment/b",
+                     "+ source/gnmi/enabled = true"}),
+      {"+ source/gnmi/enabled = false", "+ source/gnmi/vrf/blue/segment/c",
+       "- source/gnmi/vrf/blue/segment/b", "+ source/cli/vrf/red/segment/a/fallbackPolicy = p",
+       "+ source/cli/policy/p"},
+      "vrf/red/segment/a/fallbackPolicy = @p");
+}
+
+TEST(Orders, SegmentsAndAVrfGoInAnyOrder) {
+  expectTheSameInEveryOrder(
+      enabledSource({"+ source/cli/policy/p", "+ cap/globalPrefixListSupported = true",
+                     "+ source/cli/vrf/red/segment/a", "+ source/cli/vrf/red/segment/b",
+                     "+ source/cli/vrf/red/segment/a/policy/b = p",
+                     "+ source/cli/vrf/red/prefix/10.0.0.0%2F8 = b", "+ ip/vrf/blue",
+                     "+ source/cli/vrf/blue", "+ source/cli/vrf/blue/segment/c"}),
+      {"- source/cli/vrf/red/segment/b", "- source/cli/vrf/red/prefix/10.0.0.0%2F8",
+       "- source/cli/vrf/blue", "- ip/vrf/blue", "- source/cli/policy/p"},
+      "vrf/red/segment/a = ");
+}
+
+TEST(Orders, PrefixListAndAGlobalPrefixOfTheSamePrefixArriveInAnyOrder) {
+  expectTheSameInEveryOrder(enabledSource({"+ cap/globalPrefixListSupported = true",
+                                           "+ source/cli/vrf/red/segment/a", "+ acl/prefixList/y"}),
+                            {"+ source/cli/vrf/red/segment/a/prefixIpv4Ml = prefixList:y",
+                             "+ acl/prefixList/y/prefixEntry/10 = prefix=10.0.0.0/8,action=permit",
+                             "+ source/cli/vrf/red/prefix/10.0.0.0%2F8 = b",
+                             "+ source/cli/vrf/red/segment/b", "+ lists/main"},
+                            "vrf/red/prefixList/10.0.0.0%2F8 = b");
+}
+
 TEST(Orders, InterfaceMovesToAnotherVrfInAnyOrder) {
   expectTheSameInEveryOrder(
       enabledSource({"+ intf/intfStatus/Ethernet1", "+ ip/ipIntfStatus/Ethernet1 = red",
