@@ -141,7 +141,7 @@ std::vector<std::pair<unsigned, unsigned>> blocksOf(unsigned start, unsigned end
   return blocks;
 }
 
-// What the words about a change of the set say, on a plain map.
+// What a change of the set does, on a plain map.
 void reconcile(std::map<unsigned, unsigned>& have,
                const std::vector<Classification::PortRange>* wanted, bool asBlocks) {
   if (wanted == nullptr) {
@@ -163,7 +163,7 @@ void reconcile(std::map<unsigned, unsigned>& have,
   }
 }
 
-TEST_F(AppProfilePortsTest, AgreesWithTheWordsForRandomSets) {
+TEST_F(AppProfilePortsTest, DoesWhatAPlainMapDoesForRandomSets) {
   std::mt19937 random(1);
   const auto below = [&](unsigned bound) {
     return std::uniform_int_distribution<unsigned>(0, bound - 1)(random);

@@ -5,20 +5,10 @@
 #include <array>
 #include <cstdint>
 
-#include "framework/Lanx/IpAddrWithMask.h"
-#include "framework/Lanx/Prefix.h"
 #include "tests/plain/Containers.h"
+#include "tests/plain/Prefix.h"
 
 namespace Plain {
-
-using Subnet = Lanx::IpGenAddrWithMask;
-using Prefix = Lanx::IpGenPrefix;
-
-enum Family : std::size_t { ipv4, ipv6 };
-constexpr std::array<Family, 2> families{ipv4, ipv6};
-inline Family familyOf(const Subnet& subnet) {
-  return subnet.family() == Lanx::AddressFamily::ipv4 ? ipv4 : ipv6;
-}
 
 struct Rule {
   std::string service;

@@ -1,6 +1,5 @@
-// The plain model: what the library is to do, told once more from the description of its behaviour,
-// as plainly as possible. It walks everything at every turn, knows no index, and shares no code
-// with the library but the value types of addresses and prefixes.
+// The plain model: what the library is to do, told once more as plainly as possible. It walks
+// everything at every turn, knows no index, and shares no code with the library.
 //
 //   Plain::Model model;
 //   change something in model.in and tell those who watch it (Changes.h does);
