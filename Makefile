@@ -31,7 +31,7 @@ release debug tsan:
 
 ## make asan           all tests under AddressSanitizer and UndefinedBehaviorSanitizer, by clang
 ## make clang          all tests of the optimised libraries, built by clang
-## make fuzz           each fuzz program for a fixed number of inputs
+## make fuzz           each fuzz program for a minute at most
 .PHONY: asan clang fuzz
 asan clang fuzz:
 	tools/setup.sh build test clang
@@ -39,14 +39,15 @@ asan clang fuzz:
 	cmake --build --preset $@
 	ctest --preset $@
 
-## make lives          random lives of a switch against a plain model of it, LIVES of them
+## make lives          LIVES random lives of a switch against a plain model of it, and a tenth with faults
 .PHONY: lives
 lives: LIVES ?= 10000
 lives:
 	tools/setup.sh build test
 	cmake --preset release
-	cmake --build --preset release --target test_plain
-	FIREWALL_LIVES=$(LIVES) build/release/tests/test_plain
+	cmake --build --preset release --target test_plain test_faults
+	FIREWALL_LIVES=$(LIVES) build/release/tests/test_plain --gtest_filter='Lives.*'
+	FIREWALL_LIVES=$$(($(LIVES) / 10)) build/release/tests/test_faults --gtest_filter='LivesWithFaults.*'
 
 ## make nightly        hours of random lives (LIVES) and of fuzzing (FUZZ_SECONDS for each program)
 .PHONY: nightly
