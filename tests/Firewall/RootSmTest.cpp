@@ -278,17 +278,14 @@ TEST_F(RootSmTest, IpInterfacesReEvaluateAllClassMaps) {
   EXPECT_THAT(entries(traces), Contains(::testing::StartsWith("handleClassMap")));
 }
 
-TEST_F(RootSmTest, EnabledAndUnknownFieldsAreIgnored) {
+TEST_F(RootSmTest, FieldsOfOthersAreIgnored) {
   started();
   const auto rootSm = sw().rootSm("cli");
   const TraceCapture traces;
   const Pith::Change change;
   rootSm->inConfigDispatch(nullptr, nullptr, Firewall::Config::enabledField, nullptr, &change);
-  rootSm->inConfigDispatch(nullptr, nullptr, 9999, nullptr, &change);
-  rootSm->ipStatusDispatch(nullptr, nullptr, 9999, nullptr, &change);
   rootSm->outFirewallConfigDispatch(nullptr, nullptr, Firewall::HwConfig::activeField, nullptr,
                                     &change);
-  rootSm->appRecStatusDispatch(nullptr, nullptr, 9999, nullptr, &change);
   EXPECT_THAT(traces.records(), IsEmpty());
 }
 

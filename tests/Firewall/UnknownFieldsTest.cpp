@@ -1,0 +1,83 @@
+// What a later version of an input tells beside what is known today is ignored by every reactor.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Firewall/RootFeatureEnableSm.h"
+#include "Firewall/RootSm.h"
+#include "tests/support/FullConfiguration.h"
+#include "tests/support/TraceCapture.h"
+
+namespace {
+
+using ::testing::IsEmpty;
+
+constexpr Pith::FieldId unknownField = 9999;
+
+class UnknownFieldsTest : public TestSupport::SwitchTest {
+ protected:
+  void SetUp() override {
+    SwitchTest::SetUp();
+    TestSupport::shareConfiguration(sw());
+    TestSupport::fullSource(sw(), "cli")->enabledIs(true);
+    sw().start();
+    rootSm_ = sw().rootSm("cli");
+    sw().recorder.take();
+  }
+  void TearDown() override {
+    rootSm_ = nullptr;
+    SwitchTest::TearDown();
+  }
+
+  template <class Reactor>
+  using Dispatch = void (Reactor::*)(Pith::Publisher*, Pith::Subscriber*, Pith::FieldId,
+                                     const void*, const Pith::Change*);
+  // With nothing to read for who took it for a field that he knows.
+  template <class Reactor>
+  static void tell(Reactor& reactor, Dispatch<Reactor> dispatch) {
+    (reactor.*dispatch)(nullptr, nullptr, unknownField, nullptr, nullptr);
+  }
+  template <class Nested>
+  static void tellNested(const Nested& nested) {
+    ASSERT_TRUE(nested);
+    nested->tell(unknownField, nullptr, nullptr);
+  }
+  Firewall::RootSm& rootSm() { return *rootSm_; }
+
+ private:
+  Firewall::RootSm::Ptr rootSm_;
+};
+
+TEST_F(UnknownFieldsTest, AreIgnored) {
+  const auto feature = sw().root->rootFeatureSm("cli");
+  const auto vrfSm = rootSm().vrfSm("red");
+  const auto segmentSm = vrfSm->segmentSm("users");
+  const auto pathSm = segmentSm->mlConfigPathSm("path");
+  const TestSupport::TraceCapture traces;
+  tell(*sw().root, &Firewall::RootDirSm::fwConfigDirDispatch);
+  tell(*feature, &Firewall::RootFeatureEnableSm::inConfigDispatch);
+  tell(rootSm(), &Firewall::RootSm::inConfigDispatch);
+  tell(rootSm(), &Firewall::RootSm::ipStatusDispatch);
+  tell(rootSm(), &Firewall::RootSm::outFirewallConfigDispatch);
+  tell(rootSm(), &Firewall::RootSm::appRecStatusDispatch);
+  tell(*vrfSm, &Firewall::VrfSm::vrfConfigDispatch);
+  tell(*vrfSm, &Firewall::VrfSm::inFirewallDispatch);
+  tell(*vrfSm, &Firewall::VrfSm::hwCapabilityDispatch);
+  tell(*segmentSm, &Firewall::SegmentSM::inSegmentDispatch);
+  tell(*segmentSm, &Firewall::SegmentSM::matchListConfigDirDispatch);
+  tell(*pathSm, &Firewall::MatchListConfigPathSm::inSegmentDispatch);
+  tell(*pathSm, &Firewall::MatchListConfigPathSm::matchListConfigDispatch);
+  tell(*pathSm, &Firewall::MatchListConfigPathSm::aclListConfigDispatch);
+  tellNested(rootSm().policy("web-only"));
+  tellNested(rootSm().service("web"));
+  const auto classMap = rootSm().classMap("__segment_voice");
+  tellNested(classMap);
+  tellNested(classMap->intfVlanData(Lanx::IntfId{std::string_view("Ethernet1")}));
+  tellNested(pathSm->matchIpv4PrefixList("offices"));
+  tellNested(pathSm->matchIpv6PrefixList("offices6"));
+  tellNested(pathSm->aclIpv4PrefixList("servers"));
+  tellNested(pathSm->aclIpv6PrefixList("servers6"));
+  EXPECT_THAT(sw().recorder.take(), IsEmpty());
+  EXPECT_THAT(traces.records(), IsEmpty());
+}
+
+}  // namespace
