@@ -339,6 +339,21 @@ TEST_F(RootSmTest, CleanupTakesTheVrfsDownInOrderAndThenTheL2Directory) {
                           "- l2Seg/segment/voice", "- l2Seg", "~ updateInProgress = false"));
 }
 
+TEST_F(RootSmTest, OutputOfAVrfOrL2DirectoryGoesWhileItsReactorIsThere) {
+  const auto cli = started();
+  cli->vrfIs("default");
+  cli->l2SegmentDirIs("l2");
+  const auto rootSm = sw().rootSm("cli");
+  std::vector<bool> belongs;
+  const OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+    if (change.path == "vrf/default") belongs.push_back(rootSm->vrfSmHas("default"));
+    if (change.path == "l2Seg") belongs.push_back(static_cast<bool>(rootSm->l2SegDirSm()));
+  });
+  cli->vrfDel("default");
+  cli->l2SegmentDirDel();
+  EXPECT_THAT(belongs, ElementsAre(true, true));
+}
+
 TEST_F(RootSmTest, GlobalSwitchesOfASourceThatIsNotEnabledStandUntilAnEnabledOneLooks) {
   const auto api = sw().source("api");
   api->defaultPolicyIs(DefaultPolicy::forward);
@@ -436,6 +451,9 @@ TEST_F(RootSmTest, HandlersBeforeInitialisationOrAfterCleanupReturnWithoutEffect
   rootSm->cleanup();
   cli->vrfIs("default");
   cli->l2SegmentDirIs("l2");
+  // Somebody wrote what is not so.
+  sw().hwConfig->forwardTypeIs(ForwardingTypeMatch(2));
+  sw().hwConfig->defaultPolicyDropIs(!sw().hwConfig->defaultPolicyDrop());
   sw().recorder.take();
   const TraceCapture traces;
   rootSm->handleVrfConfig();
