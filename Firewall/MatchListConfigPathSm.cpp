@@ -81,13 +81,13 @@ void MatchListConfigPathSm::matchListConfigDispatch(Pith::Publisher* /*publisher
                                                     Pith::Subscriber* /*subscriber*/,
                                                     Pith::FieldId field, const void* key,
                                                     const Pith::Change* /*change*/) {
-  const auto& name = *static_cast<const Pith::String*>(key);
+  const auto* const name = static_cast<const Pith::String*>(key);
   switch (field) {
     case MatchList::Config::matchIpv4PrefixListField:
-      listChanged<Ipv4Lists>(matchIpv4PrefixList_, name);
+      listChanged<Ipv4Lists>(matchIpv4PrefixList_, *name);
       break;
     case MatchList::Config::matchIpv6PrefixListField:
-      listChanged<Ipv6Lists>(matchIpv6PrefixList_, name);
+      listChanged<Ipv6Lists>(matchIpv6PrefixList_, *name);
       break;
     default:
       break;
@@ -98,13 +98,13 @@ void MatchListConfigPathSm::aclListConfigDispatch(Pith::Publisher* /*publisher*/
                                                   Pith::Subscriber* /*subscriber*/,
                                                   Pith::FieldId field, const void* key,
                                                   const Pith::Change* /*change*/) {
-  const auto& name = *static_cast<const Pith::String*>(key);
+  const auto* const name = static_cast<const Pith::String*>(key);
   switch (field) {
     case Acl::AclListConfig::prefixListField:
-      listChanged<Ipv4Lists>(aclIpv4PrefixList_, name);
+      listChanged<Ipv4Lists>(aclIpv4PrefixList_, *name);
       break;
     case Acl::AclListConfig::ipv6PrefixListField:
-      listChanged<Ipv6Lists>(aclIpv6PrefixList_, name);
+      listChanged<Ipv6Lists>(aclIpv6PrefixList_, *name);
       break;
     default:
       break;

@@ -31,5 +31,8 @@ endif()
 
 if(FIREWALL_COVERAGE)
   add_compile_options(--coverage)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    add_compile_options(-fprofile-update=atomic)  # some tests have threads
+  endif()
   add_link_options(--coverage)
 endif()

@@ -41,7 +41,7 @@
 
 namespace Lanx {
 
-inline constexpr std::string_view noAddressText = "none";
+PITH_EXPORT inline constexpr std::string_view noAddressText = "none";
 
 class PITH_EXPORT IpAddr {
  public:

@@ -42,7 +42,7 @@ class IpGenPrefix;
 
 // The length byte of the unset value; no other value has a length above 128.
 inline constexpr std::uint8_t unsetLength = 0xFF;
-inline constexpr std::string_view unsetText = "unset";
+PITH_EXPORT inline constexpr std::string_view unsetText = "unset";
 
 class PITH_EXPORT IpAddrWithMask {
  public:

@@ -59,6 +59,11 @@ const HandlerCall handlerCalls[] = {
      [](const auto& was) { was.rootSm->handleClassMapIntfs(anyClassMap(was)); }},
     {"handleClassMapIntf",
      [](const auto& was) { was.rootSm->handleClassMapIntf(anyClassMap(was), ethernet1); }},
+    {"handleIntfVlan",
+     [](const auto& was) {
+       const auto map = anyClassMap(was);
+       was.rootSm->handleIntfVlan(map, *map->intfVlanData().begin(), {100, 100});
+     }},
     {"handleSegment all", [](const auto& was) { was.vrfSm->handleSegment(); }, true},
     {"handleSegment", [](const auto& was) { was.vrfSm->handleSegment(anySegment(was)); }},
     {"handleSubcriberSideSegment",

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "framework/Pith/RangeException.h"
 #include "tests/Firewall/PathFixture.h"
 
 namespace {
@@ -82,6 +83,34 @@ TEST_F(ListReactorsTest, AListIsHeldUntilItsGoingWasDealtWithWhateverElseIsHeld)
   sw().matchLists("lists")->matchIpv4PrefixListDel("web");
   EXPECT_THAT(during, ElementsAre(ElementsAre("alone", "web")));
   EXPECT_THAT(held(sm), ElementsAre("alone"));
+}
+
+TEST_F(ListReactorsTest, OneThatJoinsBeforeTheOthersHeardOfAListThatWentHasIt) {
+  matchList("web", {"10.0.0.0/8"});
+  segment("b")->prefixIpv4MlIs(ListSource::matchList("web"));
+  const auto lists = sw().matchLists("lists");
+  const TestSupport::OnWrite first(
+      lists, [this](const Kiv::TreeChange&) { EXPECT_THAT(held(reactor("b")), IsEmpty()); });
+  const auto sm = reactor("a");
+  segment("a")->prefixIpv4MlIs(ListSource::matchList("web"));
+  lists->matchIpv4PrefixListDel("web");
+  EXPECT_THAT(held(sm), IsEmpty());
+  EXPECT_THAT(subnets("a"), IsEmpty());
+  EXPECT_THAT(subnets("b"), IsEmpty());
+}
+
+TEST_F(ListReactorsTest, AChoiceThatCannotBeReadKeepsNobodyFromHearing) {
+  matchList("web", {"10.0.0.0/8"});
+  for (const char* const name : {"a", "b", "c"}) {
+    reactor(name);
+    segment(name)->prefixIpv4MlIs(ListSource::matchList("web"));
+  }
+  EXPECT_THROW(segment("b")->prefixIpv4MlIs(ListSource(7, "web")), Pith::RangeException);
+  EXPECT_THROW(matchListAdd("web", "10.1.0.0/16"), Pith::RangeException);
+  for (const char* const name : {"a", "c"}) {
+    EXPECT_THAT(subnets(name), ElementsAre("10.0.0.0/8", "10.1.0.0/16")) << name;
+  }
+  segment("b")->prefixIpv4MlIs(ListSource());
 }
 
 TEST_F(ListReactorsTest, TheSegmentsOfAPathShareOneWatch) {

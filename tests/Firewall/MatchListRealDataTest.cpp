@@ -24,7 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 using Firewall::ListSource;
 using Lanx::IpGenAddrWithMask;
-using Subnets = std::set<IpGenAddrWithMask>;
+using SubnetSet = std::set<IpGenAddrWithMask>;
 
 fs::path dataFolder() {
   if (const char* given = std::getenv("FIREWALL_TEST_DATA"); given != nullptr) return given;
@@ -38,8 +38,8 @@ fs::path dataFolder() {
 class MatchListRealDataTest : public TestSupport::PathTest {
  protected:
   // Makes the match list, and a prefix list of that name; empty without data.
-  Subnets load(const std::string& name) {
-    Subnets subnets;
+  SubnetSet load(const std::string& name) {
+    SubnetSet subnets;
     std::ifstream file(dataFolder() / "matchlists" / (name + ".txt"));
     std::string line;
     std::uint32_t seqnum = 0;
@@ -55,8 +55,8 @@ class MatchListRealDataTest : public TestSupport::PathTest {
     segment("a")->prefixIpv4MlIs(source);
     segment("a")->prefixIpv6MlIs(source);
   }
-  void expectHas(const Subnets& wanted) {
-    Subnets local;
+  void expectHas(const SubnetSet& wanted) {
+    SubnetSet local;
     for (const auto& subnet : output("a")->subnets()) local.insert(subnet.key);
     EXPECT_TRUE(local == wanted);
     EXPECT_EQ(fwVrf().prefixList().size(), wanted.size());
@@ -68,13 +68,13 @@ class MatchListRealDataTest : public TestSupport::PathTest {
 };
 
 TEST_F(MatchListRealDataTest, ACountryIsSwitchedToACloudAndBack) {
-  const Subnets country = load("country_de");
-  const Subnets cloud = load("cloud_google");
+  const SubnetSet country = load("country_de");
+  const SubnetSet cloud = load("cloud_google");
   if (country.empty() || cloud.empty()) return;
   const auto sm = reactor("a");
   choose(ListSource::matchList("country_de"));
   expectHas(country);
-  Subnets both;
+  SubnetSet both;
   std::set_intersection(country.begin(), country.end(), cloud.begin(), cloud.end(),
                         std::inserter(both, both.end()));
   bool hasLeft = false;
@@ -97,7 +97,7 @@ TEST_F(MatchListRealDataTest, ACountryIsSwitchedToACloudAndBack) {
 }
 
 TEST_F(MatchListRealDataTest, TwoSegmentsShareACloudAndOneInheritsItAll) {
-  const Subnets cloud = load("cloud_google");
+  const SubnetSet cloud = load("cloud_google");
   if (cloud.empty()) return;
   for (const char* name : {"b", "a"}) {
     reactor(name);

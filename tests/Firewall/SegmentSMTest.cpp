@@ -12,7 +12,9 @@
 namespace {
 
 using Firewall::ListSource;
+using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using TestSupport::intfNamed;
 using TestSupport::TraceCapture;
@@ -432,6 +434,35 @@ TEST_F(SegmentSMTest, ZombieIgnoresWhatItIsTold) {
   reactor->kivDoZombieReactors(false);
   sw().matchLists("other");
   EXPECT_TRUE(reactor->mlConfigPathSm("other"));
+}
+
+TEST_F(SegmentSMTest, TakenOutOfTheOutputWhileItIsMadeItHasNothingToCleanUp) {
+  vrf("red");
+  {
+    const TestSupport::OnWrite remover(sw().hwConfig, [this](const Kiv::TreeChange& change) {
+      if (change.path == "vrf/red/segment/a" && change.kind == Kiv::TreeChange::Kind::added) {
+        fwVrf("red")->segmentDel("a");
+      }
+    });
+    segment("red", "a");
+  }
+  sw().recorder.take();
+  segmentSm("red", "a")->cleanClassmap();
+  vrf("red")->segmentDel("a");
+  EXPECT_THAT(sw().recorder.take(), Each(HasSubstr("updateInProgress")));
+}
+
+TEST_F(SegmentSMTest, FactoryTakesTheArgumentsInOrder) {
+  segment("red", "a");
+  const auto& a = segmentSm("red", "a")->attributes();
+  const auto other = Firewall::segmentSMFactory(
+      a.segmentName, a.vrfName, a.fwConfigDir, a.inSegment, a.inConfig, a.inFirewall, a.fwVrfConfig,
+      a.outFirewallConfig, a.intfStatusDir, a.ipStatus, a.matchListConfigDir, a.rootSm,
+      a.hwCapability, a.vrfSm, a.aclListConfig, a.activeWorkManager);
+  EXPECT_EQ(other->attributes().segmentName, "a");
+  EXPECT_EQ(other->attributes().inFirewall, cli->vrf(vrfNamed("red")));
+  EXPECT_TRUE(other->hasNotificationActive());
+  other->cleanup();
 }
 
 TEST_F(SegmentSMTest, SecondCleanupDoesNothing) {
