@@ -111,6 +111,27 @@ TEST_F(ListReactorsTest, AChoiceThatCannotBeReadKeepsNobodyFromHearing) {
     EXPECT_THAT(subnets(name), ElementsAre("10.0.0.0/8", "10.1.0.0/16")) << name;
   }
   segment("b")->prefixIpv4MlIs(ListSource());
+  drop("b");
+  matchListAdd("web", "10.2.0.0/16");
+  EXPECT_EQ(subnets("c").size(), 3U);
+}
+
+TEST_F(ListReactorsTest, AReactorThatIsMadeWhileNotificationsAreOffHasThemOff) {
+  matchList("web", {"10.0.0.0/8"});
+  const auto sm = reactor("a");
+  sm->hasNotificationActiveIs(false);
+  EXPECT_FALSE(sm->matchIpv4PrefixList("web")->hasNotificationActive());
+  sm->hasNotificationActiveIs(true);
+  EXPECT_TRUE(sm->matchIpv4PrefixList("web")->hasNotificationActive());
+}
+
+TEST_F(ListReactorsTest, WhatIsNoPathAmongThePathsHasNoLists) {
+  matchList("web", {"10.0.0.0/8"});
+  const auto sm = reactor("a");
+  sw().matchListConfigDir->newEntity<Firewall::Config>("a source");
+  segment("a")->prefixIpv4MlIs(ListSource::matchList("web"));
+  sw().matchLists("lists")->matchIpv4PrefixListDel("web");
+  EXPECT_THAT(subnets("a"), IsEmpty());
 }
 
 TEST_F(ListReactorsTest, TheSegmentsOfAPathShareOneWatch) {

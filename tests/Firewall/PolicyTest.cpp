@@ -255,6 +255,17 @@ TEST_F(PolicyTest, PolicyRemovedAndMadeAgainIsCompiledAnew) {
   EXPECT_THAT(lines("web"), ElementsAre("9/1 unset > unset 47 0-65535 < 0-65535 forward"));
 }
 
+TEST_F(PolicyTest, ReactorPointedAtAnotherPolicyCompilesThatOne) {
+  config().policyIs("web");
+  config().policyIs("mail");
+  const auto reactor = rootSm().policy("web");
+  const TraceCapture traces;
+  reactor->notifierIs(config().policy("mail"));
+  EXPECT_TRUE(std::ranges::any_of(
+      traces.records(), [](const auto& record) { return record.function == "handlePolicyRules"; }));
+  reactor->notifierIs(config().policy("web"));
+}
+
 TEST_F(PolicyTest, EverythingIsCompiledThoughASubscriberThrows) {
   rule(policy("web"), 7, "icmp");
   rule(policy("web"), 8, "icmp");

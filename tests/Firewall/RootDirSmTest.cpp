@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,6 +16,7 @@
 #include "framework/Pith/Publisher.h"
 #include "framework/Pith/RangeException.h"
 #include "tests/support/FullConfiguration.h"
+#include "tests/support/OnWrite.h"
 #include "tests/support/Reinstantiation.h"
 #include "tests/support/Switch.h"
 #include "tests/support/TraceCapture.h"
@@ -346,6 +348,18 @@ TEST_F(RootDirSmTest, LeavesNothingInTheOutputWhenItCannotStart) {
   EXPECT_TRUE(sw().hwConfig->services().empty());
   EXPECT_FALSE(sw().hwConfig->l2Seg());
   EXPECT_TRUE(sw().firewallStatus->service().empty());
+  EXPECT_FALSE(sw().hwConfig->updateInProgress());
+}
+
+TEST_F(RootDirSmTest, ExceptionAtTheEndOfTheCleanupReachesWhoCleansUp) {
+  sw().source("cli")->enabledIs(true);
+  sw().start();
+  const TestSupport::OnWrite onWrite(sw().hwConfig, [](const Kiv::TreeChange& change) {
+    if (change.path == "updateInProgress" && change.value == "false") {
+      throw std::runtime_error("subscriber");
+    }
+  });
+  EXPECT_THROW(sw().root->cleanup(), std::runtime_error);
   EXPECT_FALSE(sw().hwConfig->updateInProgress());
 }
 

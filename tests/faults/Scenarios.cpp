@@ -99,6 +99,7 @@ std::vector<Scenario> allScenarios() {
       {"SourceGoes", "- source/cli"},
       {"SourceComes", "+ source/gnmi"},
       {"SwitchesChange", "+ source/cli/forwardType = routed"},
+      {"VrfComes", "+ source/cli/vrf/default"},
       {"VrfGoes", "- source/cli/vrf/red"},
       {"VrfLeavesTheStatus", "- ip/vrf/red"},
       {"L2DirectoryGoes", "- source/cli/l2SegmentDir"},

@@ -120,6 +120,26 @@ TEST(Histories, FallbackPolicyOfAnL2SegmentLeftBehindGoesWithThePolicy) {
             "");
 }
 
+TEST(Histories, StatusLosesTheServiceBeforeAnotherSourceTakesItsRuleOver) {
+  EXPECT_EQ(differenceIn({
+                "start",
+                "+ apps/app/dns",
+                "+ apps/app/dns/proto/17",
+                "+ apps/app/web",
+                "+ apps/app/web/proto/6",
+                "+ source/api",
+                "+ source/api/policy/p",
+                "+ source/api/policy/p/rule/10 = service=dns",
+                "+ source/api/enabled = true",
+                "+ source/cli",
+                "+ source/cli/policy/p",
+                "+ source/cli/policy/p/rule/10 = service=web",
+                "+ source/cli/enabled = true",
+                "- apps/app/web",
+            }),
+            "");
+}
+
 TEST(Histories, SegmentThatAnotherSourceReplacedIsNobodysReceiver) {
   EXPECT_EQ(differenceIn({
                 "+ source/cli",
