@@ -117,4 +117,17 @@ TEST_F(AllReactorsTest, AreInTheTypeTables) {
   }
 }
 
+TEST_F(AllReactorsTest, CountTheirChildrenForWhoAsksByName) {
+  const auto pathSm = rootSm().vrfSm("red")->segmentSm("users")->mlConfigPathSm("path");
+  const auto countOf = [](const Kiv::Object& reactor, const char* children) {
+    return reactor.typeData().attribute(children)->count(reactor);
+  };
+  EXPECT_EQ(countOf(*sw().root, "rootFeatureSm"), 1U);
+  EXPECT_EQ(countOf(rootSm(), "policy"), 3U);
+  for (const char* const lists :
+       {"matchIpv4PrefixList", "matchIpv6PrefixList", "aclIpv4PrefixList", "aclIpv6PrefixList"}) {
+    EXPECT_EQ(countOf(*pathSm, lists), 1U) << lists;
+  }
+}
+
 }  // namespace
