@@ -12,8 +12,8 @@ help:
 ## make run            builds and runs the example
 .PHONY: run
 run:
-	tools/setup.sh build test
-	cmake --preset release
+	tools/setup.sh build
+	cmake --preset release -D FIREWALL_TESTS=OFF
 	cmake --build --preset release --target run
 
 ## make test           builds everything and runs all tests
@@ -76,13 +76,16 @@ mutate:
 	tools/setup.sh build test mutate
 	tools/mutate.py --count $(MUTANTS) --jobs $(JOBS)
 
-## make install-test   installs into a scratch folder and builds a program against that
+## make install-test   installs into a scratch folder and builds a program against that, by both compilers
 .PHONY: install-test
 install-test:
-	tools/setup.sh build test
+	tools/setup.sh build test clang
 	cmake --preset release
 	cmake --build --preset release
 	ctest --preset release -R '^install/'
+	cmake --preset clang -B build/clang-libraries -D FIREWALL_TESTS=OFF -D FIREWALL_AGENT=OFF
+	cmake --build build/clang-libraries
+	tests/install/consumer_test.sh $(CURDIR)/build/clang-libraries clang++
 
 ## make lint           formatting, shell scripts and clang-tidy
 .PHONY: lint

@@ -12,8 +12,11 @@ Pith::Ptr<AppRecogConfigSm> AppRecogConfigSm::AppRecogConfigSmIs(
     Pith::Ptr<const Classification::AppRecognitionConfig> appRecConfig,
     Pith::Ptr<Classification::AppRecognitionStatus> appRecStatus,
     Pith::Ptr<const Classification::FieldSetConfig> fieldSetConfig) {
-  return ProfileVersions::create(
-      {std::move(appRecConfig), std::move(appRecStatus), std::move(fieldSetConfig)});
+  // Switched off: who asked for it holds it before the versions rise.
+  auto versions = ProfileVersions::Ptr::adopt(new ProfileVersions(
+      {std::move(appRecConfig), std::move(appRecStatus), std::move(fieldSetConfig)}));
+  versions->start();
+  return versions;
 }
 
 }  // namespace Firewall

@@ -7,10 +7,12 @@
 //
 // `versionForAppProfile[name]` of the status rises by one whenever the application of that name, or
 // a field set that it names, was added, changed or removed; when the application goes, so does the
-// entry. At the start, entries without an application go, and then every application rises by one,
-// in name order: whoever compiles profiles by version compiles all of them anew.
+// entry. When it is first switched on, entries without an application go, and then every
+// application rises by one, in name order: whoever compiles profiles by version compiles all of
+// them anew.
 //
-// It does not compile anything: that is the work of who watches the versions.
+// It does not compile anything: that is the work of who watches the versions. What one of those
+// throws at a version reaches who switched it on, or made the change, when all versions are raised.
 #pragma once
 
 #include "framework/Kiv/Reactor.h"

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/AllSteps.h"
 
 KIV_REACTOR_DEFINE(Firewall::ProfileVersions)
 
@@ -57,7 +57,6 @@ void ProfileVersions::start() {
        fieldSetConfig->fieldSetIpPrefix()) {
     watchFieldSet(prefixSets_, &ProfileVersions::handlePrefixSet, set->name(), set);
   }
-  handleInitialized();
 }
 
 void ProfileVersions::subscriptionsActiveIs(bool on) {
@@ -66,6 +65,7 @@ void ProfileVersions::subscriptionsActiveIs(bool on) {
        {&apps_, &portSets_.sets, &portSets_.contents, &prefixSets_.sets, &prefixSets_.contents}) {
     for (const auto& [name, watched] : *watches) watched->activeIs(on);
   }
+  if (on && !initialized_) handleInitialized();
 }
 
 void ProfileVersions::appRecConfigDispatch(Pith::Publisher* /*publisher*/,
@@ -87,10 +87,16 @@ void ProfileVersions::fieldSetConfigDispatch(Pith::Publisher* /*publisher*/,
 }
 
 void ProfileVersions::handleInitialized() {
+  initialized_ = true;
+  Kiv::AllSteps steps;  // an application that cannot be compiled does not keep the others waiting
   for (auto entry : appRecStatus->versionForAppProfile()) {
-    if (!appRecConfig->appHas(entry.key)) appRecStatus->versionForAppProfileDel(entry.key);
+    if (appRecConfig->appHas(entry.key)) continue;
+    steps.run([&] { appRecStatus->versionForAppProfileDel(entry.key); });
   }
-  for (Pith::Ptr<const AppConfig> app : appRecConfig->app()) raise(app->name());
+  for (Pith::Ptr<const AppConfig> app : appRecConfig->app()) {
+    if (!hasNotificationActive()) break;  // a subscriber had it taken down
+    steps.run([&] { raise(app->name()); });
+  }
 }
 
 void ProfileVersions::handleApp(const Pith::String& name) {
@@ -173,13 +179,12 @@ void ProfileVersions::raiseUsers(const FieldSets& fieldSets, const Pith::String&
   const auto users = fieldSets.users.find(name);
   if (users == fieldSets.users.end()) return;
   const Names apps = users->second;
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   for (const Pith::String& app : apps) {
     steps.run([&] {
       if (appRecConfig->appHas(app)) raise(app);
     });
   }
-  steps.rethrow();
 }
 
 }  // namespace Firewall

@@ -33,6 +33,8 @@ class ProfileVersions final
   using Handler = void (ProfileVersions::*)(const Pith::String& name);
   using Names = std::set<Pith::String>;
 
+  friend class AppRecogConfigSm;  // makes it, switched off
+
   // One object that is watched: every change of it calls the handler with its name.
   class Watch {
    public:
@@ -64,6 +66,7 @@ class ProfileVersions final
   void start();
   void subscriptionsActiveIs(bool on) override;
 
+  // Every version rises.
   void handleInitialized();
   // The application was added, changed or removed.
   void handleApp(const Pith::String& name);
@@ -95,6 +98,7 @@ class ProfileVersions final
   FieldSets prefixSets_;
   Kiv::Subscription<&ProfileVersions::appRecConfigDispatch> appRecConfigSubscription_;
   Kiv::Subscription<&ProfileVersions::fieldSetConfigDispatch> fieldSetConfigSubscription_;
+  bool initialized_ = false;
 };
 
 }  // namespace Firewall

@@ -6,8 +6,6 @@
 #include "framework/Kiv/Text.h"
 #include "framework/Pith/Fmtrace.h"
 
-KIV_REACTOR_DEFINE(Firewall::ActiveWorkManager)
-
 namespace Firewall {
 
 ActiveWorkManager::ActiveWorkManager(ActiveWorkManagerAttributes attributes)
@@ -21,6 +19,14 @@ ActiveWorkManager::Handle::Handle(Pith::Ptr<ActiveWorkManager> manager)
     closeQuietly();  // there will be no destructor, and the count must not stay up
     throw;
   }
+}
+
+void ActiveWorkManager::countDown() {
+  --activeHandles_;
+  Pith::fmtrace(facility, 8, "Handle", "Active work handles {}", activeHandles_);
+  if (activeHandles_ != 0) return;
+  outFirewallConfig->updateInProgressIs(false);
+  Pith::fmtrace(facility, 6, "Handle", "set updateInProgress to false");
 }
 
 namespace {
@@ -46,7 +52,7 @@ ActiveWorkManager::Handle::~Handle() { closeQuietly(); }
 
 void ActiveWorkManager::Handle::closeQuietly() noexcept {
   try {
-    handleDestroyed();
+    close();
   } catch (...) {  // NOLINT(bugprone-empty-catch) the exception that is under way matters more
   }
 }
@@ -64,14 +70,11 @@ void ActiveWorkManager::Handle::handleInitialized() {
 }
 
 void ActiveWorkManager::Handle::handleDestroyed() {
-  const auto manager = std::exchange(manager_, nullptr);
-  if (!manager) return;
-  --manager->activeHandles_;
-  Pith::fmtrace(facility, 8, "Handle", "Active work handles {}", manager->activeHandles_);
-  if (manager->activeHandles_ == 0) {
-    manager->outFirewallConfig->updateInProgressIs(false);
-    Pith::fmtrace(facility, 6, "Handle", "set updateInProgress to false");
-  }
+  if (const auto manager = manager_) manager->countDown();
+}
+
+void ActiveWorkManager::Handle::close() {
+  if (const auto manager = std::exchange(manager_, nullptr)) manager->countDown();
 }
 
 void ActiveWorkManager::Handle::appendTo(std::string& out) const { Kiv::appendText(out, manager_); }

@@ -2,15 +2,17 @@
 //
 //   ActiveWorkManager::Handle work(activeWorkManager);  // HwConfig.updateInProgress is true
 //   ...
-//   work.handleDestroyed();                             // false, when no other handle is open
+//   work.close();                                       // false, when no other handle is open
 //
 // There is one manager in a tree of reactors. Every piece of work that replays or tears down much
 // of the configuration holds a handle while it runs; handles nest freely, and `updateInProgress`
 // falls with the last one.
 //
-// A handle counts once: closing it empties it. A copy counts for itself. A handle that is left by
-// an exception closes itself; an exception of a subscriber to `updateInProgress` is then dropped,
-// while handleDestroyed() lets it through. A handle without manager does nothing.
+// A handle counts up when it is made and down when it is destroyed; a copy counts for itself. An
+// exception of a subscriber to `updateInProgress` is dropped by the destructor, while close() lets
+// it through, and empties the handle. handleInitialized() and handleDestroyed() are the two steps
+// themselves: who calls one of them on a handle calls the other, too, since the count is not
+// guarded. A handle without manager does nothing.
 #pragma once
 
 #include <cstdint>
@@ -40,6 +42,7 @@ class PITH_EXPORT ActiveWorkManager final
  private:
   explicit ActiveWorkManager(ActiveWorkManagerAttributes attributes);
   void start() {}
+  void countDown();
 
   std::uint32_t activeHandles_ = 0;
 };
@@ -61,8 +64,10 @@ class PITH_EXPORT ActiveWorkManager::Handle {
 
   // Counts up; done by the constructors.
   void handleInitialized();
-  // Counts down and empties the handle.
+  // Counts down; done by the destructor. Below 0 the count wraps, and the flag stands.
   void handleDestroyed();
+  // Counts down and empties the handle, so that its destructor does nothing.
+  void close();
 
   friend bool operator==(const Handle& a, const Handle& b) noexcept {
     return a.manager_ == b.manager_;

@@ -4,19 +4,22 @@
 // The reactors that follow the lists of one kind in one configuration share a ListFollowers, and
 // with it one subscription to each list. A change is told to those who chose the list, and while
 // the level of the trace is on to everybody, always in the order in which they joined: so it is
-// what it would be if each had a subscription of its own to each list.
+// what it would be if each had a subscription of its own to each list. Who chose what is asked
+// anew where a segment has chosen and its reactor has not heard of it yet, so that the traces
+// change nothing but what is traced.
 //
 // Cost: a list, one subscription; a follower, one entry; a change of a list, the followers that
 // chose it. The first to join, and the last to leave, cost the number of lists.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <utility>
 
 #include "Firewall/Trace.h"
-#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/AllSteps.h"
 #include "framework/Kiv/HashMap2018.h"
 #include "framework/Kiv/OrderedMap.h"
 #include "framework/Pith/Ptr.h"
@@ -32,8 +35,9 @@ struct ListChoice {
   std::optional<Pith::String> name{};
 };
 
-// Kind is a MatchListsOf or a PrefixListsOf (MatchListFamily.h). Follower has `place`, `choice`,
-// keep(name, list, watch) and tell(list, field, key, change); see ListReactors.h.
+// Kind is a MatchListsOf or a PrefixListsOf (MatchListFamily.h). Follower has `place`, `choice` and
+// `isChoosing`, keep(name, list, watch), tell(list, field, key, change) and choiceChanged(), which
+// calls choose(); see ListReactors.h.
 template <class Kind, class Follower>
 class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Kind, Follower>> {
  public:
@@ -53,20 +57,28 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
 
   // The follower has its choice, and gets a place behind all others.
   void join(Follower& follower) {
-    if (watches_.size() != Kind::lists(*input_).size()) watchAll();
+    // A follower that a subscriber makes may come before the news of a list that it finds already.
+    if (version_ != Kind::version(*input_)) watchAll();
     follower.place = ++lastPlace_;
     all_.insert({follower.place, &follower});
     index(follower);
   }
   void leave(Follower& follower) {
     unindex(follower);
+    chose(follower);
     all_.erase(follower.place);
-    if (all_.empty()) watches_.clear();
+    if (all_.empty()) forgetAll();
   }
   void choose(Follower& follower, const ListChoice& choice) {
     unindex(follower);
     follower.choice = choice;
     index(follower);
+    chose(follower);
+  }
+  // The follower's segment is about to choose anew: until choose() says what, its choice is not
+  // known here.
+  void choiceChanges(Follower& follower) noexcept {
+    if (!std::exchange(follower.isChoosing, true)) ++choosing_;
   }
 
   // A list of that name came, went or was replaced. Every follower keeps the one that was, and the
@@ -80,6 +92,8 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
     for (const auto& follower : all_) follower.value->keep(name, listThatWas, was);
     watches_.erase(name);
     if (present) watches_.insert({name, std::make_shared<Watch>(*this, present)});
+    // It is all that changed, unless a subscriber changed more before anybody was told.
+    if (Kind::version(*input_) == version_ + 1) ++version_;
   }
 
  private:
@@ -109,6 +123,11 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
       listChanged(name);
     }
     for (const Pith::Ptr<const List> list : Kind::lists(*input_)) listChanged(list->name());
+    version_ = Kind::version(*input_);
+  }
+  void forgetAll() {
+    watches_.clear();
+    version_ = 0;
   }
 
   void index(Follower& follower) {
@@ -127,11 +146,22 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
     if (chose->value.empty()) chose_.erase(*follower.choice.name);
   }
 
+  void chose(Follower& follower) noexcept {
+    if (std::exchange(follower.isChoosing, false)) --choosing_;
+  }
+  // A subscriber that is told of the choice before the follower's reactor changes a list.
+  void askWhoIsChoosing() {
+    for (auto follower = all_.begin(); choosing_ > 0 && follower != all_.end(); ++follower) {
+      if (follower->value->isChoosing) follower->value->choiceChanged();
+    }
+  }
+
   static Follower* firstBehind(const Places& places, std::uint64_t place) {
     const auto next = places.upperBound(place);
     return next == places.end() ? nullptr : next->value;
   }
-  Follower* nextToTell(const Pith::String& name, std::uint64_t place, bool isTraced) const {
+  Follower* nextToTell(const Pith::String& name, std::uint64_t place, bool isTraced) {
+    askWhoIsChoosing();
     if (isTraced) return firstBehind(all_, place);
     Follower* const any = firstBehind(choseAny_, place);
     const auto* const chose = chose_.find(name);
@@ -148,13 +178,12 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
     const bool isTraced = facility.enabled(Kind::traceLevel);
     const std::uint64_t last = lastPlace_;
     std::uint64_t place = 0;
-    Kiv::Deferred steps;
+    Kiv::AllSteps steps;
     for (Follower* next = nextToTell(name, place, isTraced); next != nullptr && next->place <= last;
          next = nextToTell(name, place, isTraced)) {
       place = next->place;
       steps.run([&] { next->tell(list, field, key, change); });
     }
-    steps.rethrow();
   }
 
   Pith::Ptr<const Input> input_;
@@ -162,7 +191,9 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
   Places all_;
   Kiv::HashMap2018<PlacesEntry, Kiv::MapEntryKey<Pith::String, Places>> chose_;
   Places choseAny_;
+  std::size_t choosing_ = 0;
   std::uint64_t lastPlace_ = 0;
+  std::uint64_t version_ = 0;  // of the lists that are watched
 };
 
 }  // namespace Firewall

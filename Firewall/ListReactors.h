@@ -21,8 +21,8 @@
 #include <vector>
 
 #include "Firewall/ListFollowers.h"
+#include "framework/Kiv/AllSteps.h"
 #include "framework/Kiv/Collections.h"
-#include "framework/Kiv/Deferred.h"
 #include "framework/Kiv/Errors.h"
 #include "framework/Kiv/Reactor.h"
 #include "framework/Kiv/TypeName.h"
@@ -41,7 +41,8 @@ class ListReactors final : public Kiv::ReactorPart {
   struct Funktor {
     using Key = Pith::String;
     static const Key& key(const Pith::Ptr<Child>& child) noexcept {
-      return child->notifier()->name();
+      static const Pith::String none;  // of one that was pointed at nothing
+      return child->notifier() ? child->notifier()->name() : none;
     }
   };
   class Walk;
@@ -64,14 +65,16 @@ class ListReactors final : public Kiv::ReactorPart {
 
   // The reactor, or null when there is no such list.
   Pith::Ptr<Child> find(const Pith::String& name) const {
-    if (const Pith::Ptr<Child>* const present = made_.find(name)) return *present;
+    if (const auto* const present = made_.find(name)) return present->child;
     const Pith::Ptr<const List> list = listNamed(name);
     if (!list) return nullptr;
-    Kiv::Deferred steps;
-    auto child = Child::create(*owner_, list, steps);
-    if (!followers_) child->hasNotificationActiveIs(false);
-    Pith::Ptr<Child> made = *made_.insert(std::move(child)).first;
-    steps.rethrow();
+    Pith::Ptr<Child> made;
+    {
+      Kiv::AllSteps steps;
+      auto child = Child::create(*owner_, list, steps);
+      if (!followers_) child->hasNotificationActiveIs(false);
+      made = made_.insert(Made{child, name}).first->child;
+    }
     return made;
   }
   Pith::Ptr<Child> is(const Pith::Ptr<const List>& list) {
@@ -102,7 +105,10 @@ class ListReactors final : public Kiv::ReactorPart {
     std::erase_if(kept_, [&name](const auto& kept) { return kept.name == name; });
     dropStale(name);
   }
-  // The segment chose anew.
+  // The segment is about to choose anew, and has done so.
+  void choiceChanges() noexcept {
+    if (followers_) followers_->choiceChanges(*this);
+  }
   void choiceChanged() {
     if (followers_) followers_->choose(*this, Kind::choice(*owner_->attributes().inSegment));
   }
@@ -116,14 +122,15 @@ class ListReactors final : public Kiv::ReactorPart {
     } else {
       leave();
     }
-    for (Pith::Ptr<Child> child : made_) {
+    for (const Made& each : made_) {
+      const Made child = each;
       child->hasNotificationActiveIs(on);
-      dropStale(child->notifier()->name());  // the list may have been replaced while it was off
+      dropStale(child.key);  // the list may have been replaced while it was off
     }
   }
   void clear() override {
     if (followers_) leave();
-    while (auto gone = made_.takeFirst()) unhook(std::move(*gone));
+    while (auto gone = made_.takeFirst()) unhook(std::move(gone->child));
   }
 
   // For ListFollowers.
@@ -136,10 +143,8 @@ class ListReactors final : public Kiv::ReactorPart {
             const Pith::Change* change) {
     const Pith::String& name = list->name();
     if (listNamed(name) != list) return;
-    const Pith::Ptr<Child>* const made = made_.find(name);
-    const Pith::Ptr<Child> child = made != nullptr       ? *made
-                                   : choice.name == name ? find(name)
-                                                         : nullptr;
+    Pith::Ptr<Child> child;
+    if (choice.name == name || made_.has(name)) child = find(name);
     if (child) {
       if (child->hasNotificationActive()) child->tell(field, key, change);
     } else {
@@ -148,9 +153,11 @@ class ListReactors final : public Kiv::ReactorPart {
   }
   std::uint64_t place = 0;
   ListChoice choice;
+  bool isChoosing = false;
 
  private:
   using Followers = ListFollowers<Kind, ListReactors>;
+  using Made = Kiv::KeyedReactor<Child, Pith::String>;
   struct Kept {
     Pith::String name;
     Pith::Ptr<const List> list;
@@ -174,16 +181,16 @@ class ListReactors final : public Kiv::ReactorPart {
     dropStale(name);
   }
   void dropStale(const Pith::String& name) {
-    const Pith::Ptr<Child>* const child = made_.find(name);
-    if (child == nullptr || (*child)->notifier() == listNamed(name)) return;
-    unhook(std::move(*made_.take(name)));
+    const auto* const made = made_.find(name);
+    if (made == nullptr || made->child->notifier() == listNamed(name)) return;
+    unhook(std::move(made_.take(name)->child));
   }
 
   Owner* owner_;
   typename Followers::Ptr followers_;
   // Where the contents differ from the configuration: the list that a name stands for, or none.
   std::vector<Kept> kept_;
-  mutable Kiv::HashMap2018<Pith::Ptr<Child>, Funktor> made_;
+  mutable Kiv::HashMap2018<Made, typename Made::Funktor> made_;
 };
 
 // The lists of the configuration, and then those that are no longer there.

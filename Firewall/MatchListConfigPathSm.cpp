@@ -7,9 +7,7 @@
 #include "Firewall/PrefixClassification.h"
 #include "Firewall/Trace.h"
 #include "Firewall/VrfSources.h"
-#include "framework/Kiv/Deferred.h"
-
-KIV_REACTOR_DEFINE(Firewall::MatchListConfigPathSm)
+#include "framework/Kiv/AllSteps.h"
 
 namespace Firewall {
 namespace {
@@ -32,6 +30,7 @@ MatchListConfigPathSm::MatchListConfigPathSm(MatchListConfigPathSmAttributes att
       aclListConfigSubscription_(*this, aclListConfig) {}
 
 void MatchListConfigPathSm::start() {
+  inSegment->choiceWatchIs(*this);
   matchIpv4PrefixList_.start();
   matchIpv6PrefixList_.start();
   aclIpv4PrefixList_.start();
@@ -59,6 +58,16 @@ MatchListConfigPathSm::NestedSm_AclIpv4PrefixList::Ptr MatchListConfigPathSm::ac
 MatchListConfigPathSm::NestedSm_AclIpv6PrefixList::Ptr MatchListConfigPathSm::aclIpv6PrefixListIs(
     const Pith::Ptr<const Acl::Ipv6PrefixList>& list) {
   return aclIpv6PrefixList_.is(list);
+}
+
+void MatchListConfigPathSm::choiceChanges(Lanx::AddressFamily family) noexcept {
+  if (family == Lanx::AddressFamily::ipv4) {
+    matchIpv4PrefixList_.choiceChanges();
+    aclIpv4PrefixList_.choiceChanges();
+  } else {
+    matchIpv6PrefixList_.choiceChanges();
+    aclIpv6PrefixList_.choiceChanges();
+  }
 }
 
 void MatchListConfigPathSm::inSegmentDispatch(Pith::Publisher* /*publisher*/,
@@ -116,19 +125,18 @@ template <class Lists, class Reactors>
 void MatchListConfigPathSm::listChanged(Reactors& reactors, const Pith::String& name) {
   reactors.listChanged(name);
   if (isZombie()) return;
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   steps.run([&] {
     if (isChosen<Lists>(name)) recompute<Lists>();
   });
   reactors.follow(name);
-  steps.rethrow();
 }
 
 void MatchListConfigPathSm::handleInitialized() {
   static constexpr Twinlog::Function fn(
       "void Firewall::MatchListConfigPathSm::handleInitialized()");
   TWINLOG_FN(facility, 9, fn, " MatchList config path : %s", mlName);
-  initialized_ = true;
+  stage_.begin();
   handleIpv4PrefixList();
   handleIpv6PrefixList();
 }
@@ -156,13 +164,12 @@ void MatchListConfigPathSm::cleanIpv6PrefixList() {
 }
 
 void MatchListConfigPathSm::cleanup() {
-  if (!initialized_) return;
-  initialized_ = false;  // what is taken down does not come back
+  if (!isWorking()) return;
+  stage_.end();
   ++changes_;
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   steps.run([this] { withdrawOwn<Ipv4Lists>(); });
   steps.run([this] { withdrawOwn<Ipv6Lists>(); });
-  steps.rethrow();
 }
 
 bool MatchListConfigPathSm::hasMatchList(const Pith::String& name, Lanx::AddressFamily af) const {
@@ -208,18 +215,17 @@ bool MatchListConfigPathSm::isMatchListConfigured(Lanx::AddressFamily af) const 
 template <class Lists>
 void MatchListConfigPathSm::recompute() {
   TWINLOG_FN(facility, 8, Lists::handleAll, " segment: %s name: %s", mlSegmentName, mlName);
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, Lists::handleAll, " return ");
     return;
   }
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   std::uint32_t begun = 0;
   do {
     begun = ++changes_;
     steps.run([this] { applyChoice<Lists>(); });
-  } while (initialized_ && changes_ != begun);
+  } while (isWorking() && changes_ != begun);
   TWINLOG_FN(facility, 7, Lists::handleAll, " return");
-  steps.rethrow();
 }
 
 template <class Lists>
@@ -229,7 +235,7 @@ void MatchListConfigPathSm::applyChoice() {
     if (!isMatchListConfigured(Lists::family)) withdrawAll<Lists>();
     return;
   }
-  const bool usePrefixList = source.alternative() == ListSource::Alternative::prefixList;
+  const bool usePrefixList = source.is(ListSource::Alternative::prefixList);
   TWINLOG_FN(facility, 8, Lists::handleAll, " usePrefixList: %s", usePrefixList);
   if (usePrefixList) {
     applyPrefixList<Lists>(source.name());
@@ -246,10 +252,10 @@ void MatchListConfigPathSm::applyPrefixList(const Pith::String& name) {
     return;
   }
   const std::uint32_t begun = changes_;
-  const SubnetClassification classification(*this);
+  SubnetClassification classification(*this);
   Kiv::HashSet<typename Lists::Prefix> wanted;
   wanted.reserve(Lists::entries(*list).size());
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   for (const auto& [seqnum, entry] : Lists::entries(*list)) {
     if (entry.action != Acl::Action::permit) continue;
     const typename Lists::Prefix prefix = entry.prefix;
@@ -264,7 +270,6 @@ void MatchListConfigPathSm::applyPrefixList(const Pith::String& name) {
       });
     });
   }
-  steps.rethrow();
 }
 
 template <class Lists>
@@ -275,8 +280,8 @@ void MatchListConfigPathSm::applyMatchList(const Pith::String& name) {
     return;
   }
   const std::uint32_t begun = changes_;
-  const SubnetClassification classification(*this);
-  Kiv::Deferred steps;
+  SubnetClassification classification(*this);
+  Kiv::AllSteps steps;
   for (const typename Lists::Subnet subnet : list->subnets()) {
     TWINLOG_FN(facility, 6, Lists::handleAll, " Adding prefix: %s to segment: %s name: %s", subnet,
                mlSegmentName, mlName);
@@ -290,21 +295,19 @@ void MatchListConfigPathSm::applyMatchList(const Pith::String& name) {
       });
     });
   }
-  steps.rethrow();
 }
 
 template <class Lists, class IsWanted>
-void MatchListConfigPathSm::withdrawStale(const SubnetClassification& classification,
+void MatchListConfigPathSm::withdrawStale(SubnetClassification& classification,
                                           const IsWanted& isWanted) {
   const std::uint32_t begun = changes_;
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   eachSubnet<Lists>(*fwSegment, [&](const Lanx::IpGenAddrWithMask& subnet) {
     if (changes_ != begun || isWanted(Lists::typed(subnet))) return;
     TWINLOG_FN(facility, 6, Lists::handleAll, " Deleting prefix: %s from  segment: %s name: %s",
                subnet, mlSegmentName, mlName);
     steps.run([&] { classification.remove(subnet); });
   });
-  steps.rethrow();
 }
 
 template <class Lists, class IsKept>
@@ -312,13 +315,12 @@ void MatchListConfigPathSm::withdraw(const IsKept& isKept) {
   TWINLOG_FN(facility, Lists::cleanLevel, Lists::clean, " segment: %s name: %s", mlSegmentName,
              mlName);
   const std::uint32_t begun = changes_;
-  const SubnetClassification classification(*this);
-  Kiv::Deferred steps;
+  SubnetClassification classification(*this);
+  Kiv::AllSteps steps;
   eachSubnet<Lists>(*fwSegment, [&](const Lanx::IpGenAddrWithMask& subnet) {
     if (changes_ != begun || isKept(subnet)) return;
     steps.run([&] { classification.remove(subnet); });
   });
-  steps.rethrow();
 }
 
 template <class Lists>
@@ -338,6 +340,15 @@ bool MatchListConfigPathSm::isChosen(const Pith::String& name) const {
   const ListSource& source = Lists::source(*inSegment);
   return !source.isNone() && source.name() == name;
 }
+
+template class ListReactors<MatchListsOf<Ipv4Lists>, MatchListConfigPathSm,
+                            MatchListConfigPathSm::NestedSm_MatchIpv4PrefixList>;
+template class ListReactors<MatchListsOf<Ipv6Lists>, MatchListConfigPathSm,
+                            MatchListConfigPathSm::NestedSm_MatchIpv6PrefixList>;
+template class ListReactors<PrefixListsOf<Ipv4Lists>, MatchListConfigPathSm,
+                            MatchListConfigPathSm::NestedSm_AclIpv4PrefixList>;
+template class ListReactors<PrefixListsOf<Ipv6Lists>, MatchListConfigPathSm,
+                            MatchListConfigPathSm::NestedSm_AclIpv6PrefixList>;
 
 MatchListConfigPathSm::Ptr matchListConfigPathSmFactory(
     Pith::String mlName, Pith::String mlSegmentName, Pith::Ptr<const Kiv::Dir> fwConfigDir,

@@ -13,6 +13,7 @@
 #include "Firewall/ActiveWorkManager.h"
 #include "Firewall/ListReactors.h"
 #include "Firewall/MatchListFamily.h"
+#include "Firewall/Stage.h"
 #include "framework/Kiv/Dir.h"
 #include "framework/Kiv/Reactor.h"
 #include "framework/Lanx/AddressFamily.h"
@@ -47,7 +48,8 @@ struct MatchListConfigPathSmAttributes {
 };
 
 class PITH_EXPORT MatchListConfigPathSm final
-    : public Kiv::Reactor<MatchListConfigPathSm, MatchListConfigPathSmAttributes> {
+    : public Kiv::Reactor<MatchListConfigPathSm, MatchListConfigPathSmAttributes>,
+      private ChoiceWatch {
  public:
   class PITH_EXPORT NestedSm_MatchIpv4PrefixList final
       : public Kiv::NestedReactor<NestedSm_MatchIpv4PrefixList, MatchListConfigPathSm,
@@ -113,7 +115,9 @@ class PITH_EXPORT MatchListConfigPathSm final
   Pith::Ptr<NestedSm_AclIpv6PrefixList> aclIpv6PrefixListIs(
       const Pith::Ptr<const Acl::Ipv6PrefixList>& list);
 
-  bool initialized() const noexcept { return initialized_; }
+  bool initialized() const noexcept { return stage_.initialized(); }
+  // From handleInitialized() to cleanup(); otherwise handlers do nothing.
+  bool isWorking() const noexcept { return stage_.isWorking(); }
 
   void inSegmentDispatch(Pith::Publisher* publisher, Pith::Subscriber* subscriber,
                          Pith::FieldId field, const void* key, const Pith::Change* change);
@@ -153,6 +157,7 @@ class PITH_EXPORT MatchListConfigPathSm final
 
   explicit MatchListConfigPathSm(MatchListConfigPathSmAttributes attributes);
   void start();
+  void choiceChanges(Lanx::AddressFamily family) noexcept override;
 
   // Written once for both families, over the traits of MatchListFamily.h.
   template <class Lists>
@@ -164,7 +169,7 @@ class PITH_EXPORT MatchListConfigPathSm final
   template <class Lists>
   void applyMatchList(const Pith::String& name);
   template <class Lists, class IsWanted>
-  void withdrawStale(const SubnetClassification& classification, const IsWanted& isWanted);
+  void withdrawStale(SubnetClassification& classification, const IsWanted& isWanted);
   template <class Lists, class IsKept>
   void withdraw(const IsKept& isKept);
   template <class Lists>
@@ -187,11 +192,22 @@ class PITH_EXPORT MatchListConfigPathSm final
   Kiv::Subscription<&MatchListConfigPathSm::inSegmentDispatch> inSegmentSubscription_;
   Kiv::Subscription<&MatchListConfigPathSm::matchListConfigDispatch> matchListConfigSubscription_;
   Kiv::Subscription<&MatchListConfigPathSm::aclListConfigDispatch> aclListConfigSubscription_;
-  bool initialized_ = false;
+  Stage stage_;
   // Moves with everything that is done to the segment's subnets, so that a recompute notices when a
   // subscriber to the output changed the input under it: it then starts over.
   std::uint32_t changes_ = 0;
 };
+
+#ifdef FirewallConfigSm_EXPORTS  // in the library they are compiled once, with the reactor
+extern template class ListReactors<MatchListsOf<Ipv4Lists>, MatchListConfigPathSm,
+                                   MatchListConfigPathSm::NestedSm_MatchIpv4PrefixList>;
+extern template class ListReactors<MatchListsOf<Ipv6Lists>, MatchListConfigPathSm,
+                                   MatchListConfigPathSm::NestedSm_MatchIpv6PrefixList>;
+extern template class ListReactors<PrefixListsOf<Ipv4Lists>, MatchListConfigPathSm,
+                                   MatchListConfigPathSm::NestedSm_AclIpv4PrefixList>;
+extern template class ListReactors<PrefixListsOf<Ipv6Lists>, MatchListConfigPathSm,
+                                   MatchListConfigPathSm::NestedSm_AclIpv6PrefixList>;
+#endif
 
 PITH_EXPORT MatchListConfigPathSm::Ptr matchListConfigPathSmFactory(
     Pith::String mlName, Pith::String mlSegmentName, Pith::Ptr<const Kiv::Dir> fwConfigDir,

@@ -2,6 +2,7 @@
 // and how the functions are named in traces. The reactor is written once, as templates over these.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "Firewall/ListFollowers.h"
@@ -132,6 +133,7 @@ struct MatchListsOf {
   static std::weak_ptr<void>& sharedByFollowers(const Input& input) {
     return input.sharedByFollowers(Lists::family);
   }
+  static std::uint64_t version(const Input& input) { return input.listsVersion(Lists::family); }
   static ListChoice choice(const Segment& segment) {
     return listChoice(Lists::source(segment), ListSource::Alternative::matchList);
   }
@@ -160,6 +162,7 @@ struct PrefixListsOf {
   static std::weak_ptr<void>& sharedByFollowers(const Input& input) {
     return input.sharedByFollowers(Lists::family);
   }
+  static std::uint64_t version(const Input& input) { return input.listsVersion(Lists::family); }
   static ListChoice choice(const Segment& segment) {
     return listChoice(Lists::source(segment), ListSource::Alternative::prefixList);
   }

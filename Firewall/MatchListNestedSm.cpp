@@ -4,13 +4,8 @@
 #include "Firewall/MatchListFamily.h"
 #include "Firewall/PrefixClassification.h"
 #include "Firewall/Trace.h"
-#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/AllSteps.h"
 #include "framework/Pith/Assert.h"
-
-KIV_REACTOR_DEFINE(Firewall::MatchListConfigPathSm::NestedSm_MatchIpv4PrefixList)
-KIV_REACTOR_DEFINE(Firewall::MatchListConfigPathSm::NestedSm_MatchIpv6PrefixList)
-KIV_REACTOR_DEFINE(Firewall::MatchListConfigPathSm::NestedSm_AclIpv4PrefixList)
-KIV_REACTOR_DEFINE(Firewall::MatchListConfigPathSm::NestedSm_AclIpv6PrefixList)
 
 namespace Firewall {
 
@@ -18,7 +13,7 @@ template <class Lists>
 bool MatchListConfigPathSm::hasChosen(ListSource::Alternative alternative,
                                       const Pith::String& name) const {
   const ListSource& source = Lists::source(*inSegment);
-  return initialized_ && source.alternative() == alternative && source.name() == name;
+  return isWorking() && source.alternative() == alternative && source.name() == name;
 }
 
 template <class Lists>
@@ -46,14 +41,13 @@ void MatchListConfigPathSm::entryChanged(const Pith::String& listName, const Pit
     const auto* const entry = static_cast<const typename Lists::PrefixEntry*>(value);
     return entry != nullptr && entry->action == Acl::Action::permit ? &entry->prefix : nullptr;
   };
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   if (const auto* const previous = permitted(change.previous)) {
     steps.run([&] { removeMatchListConfiguredSubnet(this, *previous); });
   }
   if (const auto* const current = permitted(change.current)) {
     steps.run([&] { addMatchListConfiguredSubnet(this, *current); });
   }
-  steps.rethrow();
 }
 
 template void MatchListConfigPathSm::subnetChanged<Ipv4Lists>(const Pith::String&,

@@ -7,9 +7,8 @@
 
 #include "Firewall/MatchListConfigPathSm.h"
 #include "Firewall/MatchListFamily.h"
-#include "Firewall/VrfSources.h"
+#include "Firewall/Sources.h"
 #include "framework/Kiv/Collections.h"
-#include "framework/Pith/RangeException.h"
 
 namespace Firewall {
 
@@ -19,9 +18,11 @@ class OtherSources {
  public:
   explicit OtherSources(const MatchListConfigPathSmAttributes& at) {
     if (!at.fwVrf) return;
-    anyVrfOfSources(*at.fwConfigDir, at.fwVrf->name(), [&](const auto& config, const auto& vrf) {
-      const Pith::Ptr<const Segment> segment = vrf->segment(at.mlSegmentName);
-      if (segment && segment != at.inSegment && config->enabled()) add(at, *segment);
+    const L3::VrfName vrfKey(at.fwVrf->name());
+    anySource(*at.fwConfigDir, [&](const Pith::String&, const Config::PtrConst& config) {
+      const Vrf::PtrConst vrf = config->enabled() ? config->vrf(vrfKey) : nullptr;
+      const Segment::PtrConst segment = vrf ? vrf->segment(at.mlSegmentName) : nullptr;
+      if (segment && segment != at.inSegment) add(at, *segment);
       return false;
     });
   }
@@ -36,33 +37,20 @@ class OtherSources {
 
  private:
   void add(const MatchListConfigPathSmAttributes& at, const Segment& segment) {
+    // Another source's meaningless choice does not keep this one from leaving.
     const ListSource& source = Lists::source(segment);
-    switch (alternativeOf(source)) {
-      case ListSource::Alternative::none:
-        break;
-      case ListSource::Alternative::matchList:
-        anyMatchList<Lists>(*at.matchListConfigDir, source.name(),
-                            [this](const Pith::String&, const auto& list) {
-                              matchLists_.push_back(list);
-                              return false;
-                            });
-        break;
-      case ListSource::Alternative::prefixList:
-        if (const auto list = Lists::prefixList(*at.aclListConfig, source.name())) {
-          for (const auto& [seqnum, entry] : Lists::entries(*list)) {
-            if (entry.action == Acl::Action::permit) permitted_.insert(entry.prefix);
-          }
-        }
-        break;
+    if (source.is(ListSource::Alternative::matchList)) {
+      anyMatchList<Lists>(*at.matchListConfigDir, source.name(),
+                          [this](const Pith::String&, const auto& list) {
+                            matchLists_.push_back(list);
+                            return false;
+                          });
     }
-  }
-
-  // Another source's meaningless choice does not keep this one from leaving.
-  static ListSource::Alternative alternativeOf(const ListSource& source) {
-    try {
-      return source.alternative();
-    } catch (const Pith::RangeException&) {
-      return ListSource::Alternative::none;
+    if (!source.is(ListSource::Alternative::prefixList)) return;
+    if (const auto list = Lists::prefixList(*at.aclListConfig, source.name())) {
+      for (const auto& [seqnum, entry] : Lists::entries(*list)) {
+        if (entry.action == Acl::Action::permit) permitted_.insert(entry.prefix);
+      }
     }
   }
 

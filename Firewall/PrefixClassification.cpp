@@ -1,10 +1,8 @@
 #include "Firewall/PrefixClassification.h"
 
-#include <algorithm>
-
 #include "Firewall/Trace.h"
 #include "Firewall/VrfSources.h"
-#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/AllSteps.h"
 
 namespace Firewall {
 
@@ -16,27 +14,28 @@ bool isGloballyConfigured(const Pith::Ptr<const Kiv::Dir>& fwConfigDir, const L3
   });
 }
 
-SubnetClassification::SubnetClassification(const MatchListConfigPathSm& sm) : at_(sm.attributes()) {
-  if (!at_.fwVrf) return;
-  anyVrfOfSources(*at_.fwConfigDir, at_.fwVrf->name(), [this](const auto&, const auto& vrf) {
-    vrfs_.push_back(vrf);
+SubnetClassification::SubnetClassification(const MatchListConfigPathSm& sm, Subnets subnets)
+    : at_(sm.attributes()) {
+  if (at_.fwVrf && subnets == Subnets::many) vrfs_.emplace(at_.fwConfigDir, at_.fwVrf->name());
+}
+
+bool SubnetClassification::ownsVrfWide(const Lanx::IpGenPrefix& prefix) {
+  if (!at_.fwVrf || !at_.hwCapability || !at_.hwCapability->globalPrefixListSupported()) {
     return false;
-  });
+  }
+  if (vrfs_) return !vrfs_->haveGlobalPrefix(prefix);
+  return !anyVrfOfSources(
+      *at_.fwConfigDir, at_.fwVrf->name(),
+      [&prefix](const auto&, const auto& vrf) { return vrf->prefixHas(prefix); });
 }
 
-bool SubnetClassification::ownsVrfWide(const Lanx::IpGenPrefix& prefix) const {
-  return at_.fwVrf && at_.hwCapability && at_.hwCapability->globalPrefixListSupported() &&
-         std::none_of(vrfs_.begin(), vrfs_.end(),
-                      [&prefix](const auto& vrf) { return vrf->prefixHas(prefix); });
-}
-
-void SubnetClassification::add(const Lanx::IpGenAddrWithMask& subnet) const {
+void SubnetClassification::add(const Lanx::IpGenAddrWithMask& subnet) {
   static constexpr Twinlog::Function fn(
       "void Firewall::addMatchListConfiguredSubnet(Ptr<MatchListConfigPathSm>, "
       "const Lanx::IpGenAddrWithMask&)");
   TWINLOG_FN(facility, 6, fn, " Add request for subnet: %s in segment: %s name: %s", subnet,
              at_.mlSegmentName, at_.mlName);
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   const Lanx::IpGenPrefix prefix(subnet);
   // A segment that left the output claims nothing any more.
   if (at_.fwSegment->parent() != nullptr && ownsVrfWide(prefix) &&
@@ -46,16 +45,15 @@ void SubnetClassification::add(const Lanx::IpGenAddrWithMask& subnet) const {
   }
   TWINLOG_FN(facility, 6, fn, " Adding to segment local subnet list");
   steps.run([&] { at_.fwSegment->subnetsIs(subnet, true); });
-  steps.rethrow();
 }
 
-void SubnetClassification::remove(const Lanx::IpGenAddrWithMask& subnet) const {
+void SubnetClassification::remove(const Lanx::IpGenAddrWithMask& subnet) {
   static constexpr Twinlog::Function fn(
       "void Firewall::removeMatchListConfiguredSubnet(Ptr<MatchListConfigPathSm>, "
       "const Lanx::IpGenAddrWithMask&)");
   TWINLOG_FN(facility, 6, fn, " Delete request for subnet: %s in segment: %s name: %s", subnet,
              at_.mlSegmentName, at_.mlName);
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   const Lanx::IpGenPrefix prefix(subnet);
   if (ownsVrfWide(prefix)) {
     TWINLOG_FN(facility, 6, fn, " Remove from global prefix list");
@@ -68,17 +66,16 @@ void SubnetClassification::remove(const Lanx::IpGenAddrWithMask& subnet) const {
   }
   TWINLOG_FN(facility, 6, fn, " Removing from segment local prefix list");
   steps.run([&] { at_.fwSegment->subnetsDel(subnet); });
-  steps.rethrow();
 }
 
 void addMatchListConfiguredSubnet(const Pith::Ptr<MatchListConfigPathSm>& sm,
                                   const Lanx::IpGenAddrWithMask& subnet) {
-  SubnetClassification(*sm).add(subnet);
+  SubnetClassification(*sm, SubnetClassification::Subnets::one).add(subnet);
 }
 
 void removeMatchListConfiguredSubnet(const Pith::Ptr<MatchListConfigPathSm>& sm,
                                      const Lanx::IpGenAddrWithMask& subnet) {
-  SubnetClassification(*sm).remove(subnet);
+  SubnetClassification(*sm, SubnetClassification::Subnets::one).remove(subnet);
 }
 
 }  // namespace Firewall

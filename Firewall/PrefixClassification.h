@@ -12,14 +12,14 @@
 // An exception from a subscriber reaches the caller when both lists are written.
 #pragma once
 
-#include <vector>
+#include <optional>
 
 #include "Firewall/MatchListConfigPathSm.h"
+#include "Firewall/VrfSources.h"
 #include "framework/Kiv/Dir.h"
 #include "framework/Lanx/IpAddrWithMask.h"
 #include "framework/Pith/Export.h"
 #include "framework/Pith/Ptr.h"
-#include "model/Firewall/Segment.h"
 #include "model/L3/VrfName.h"
 
 namespace Firewall {
@@ -35,20 +35,24 @@ PITH_EXPORT bool isGloballyConfigured(const Pith::Ptr<const Kiv::Dir>& fwConfigD
                                       const L3::VrfName& vrf,
                                       const Lanx::IpGenAddrWithMask& subnet);
 
-// The first two for a run of subnets of one segment: the sources' VRFs are looked up once.
+// The first two for a run of subnets of one segment: the sources' VRFs are looked up once, where
+// the hardware takes a VRF-wide list, and again when they changed under the run.
 class SubnetClassification {
  public:
-  explicit SubnetClassification(const MatchListConfigPathSm& sm);
+  // Whether there is one subnet to classify, or a run of them.
+  enum class Subnets { one, many };
 
-  void add(const Lanx::IpGenAddrWithMask& subnet) const;
-  void remove(const Lanx::IpGenAddrWithMask& subnet) const;
+  explicit SubnetClassification(const MatchListConfigPathSm& sm, Subnets subnets = Subnets::many);
+
+  void add(const Lanx::IpGenAddrWithMask& subnet);
+  void remove(const Lanx::IpGenAddrWithMask& subnet);
 
  private:
   // Whether the VRF-wide list is the lists' to write for this prefix.
-  bool ownsVrfWide(const Lanx::IpGenPrefix& prefix) const;
+  bool ownsVrfWide(const Lanx::IpGenPrefix& prefix);
 
   const MatchListConfigPathSmAttributes& at_;
-  std::vector<Pith::Ptr<const Vrf>> vrfs_;  // of the sources; none without VRF-wide list
+  std::optional<VrfOfSources> vrfs_;  // for a run, and not in the L2 segment directory
 };
 
 }  // namespace Firewall

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "Firewall/SegmentLinks.h"
-#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/AllSteps.h"
 #include "framework/Pith/Ptr.h"
 #include "framework/Pith/String.h"
 #include "model/Firewall/FwSegment.h"
@@ -14,7 +14,7 @@ namespace Firewall {
 
 // Unlinks `gone`, which is about to leave the directory, from each of them.
 inline void unlinkReceivers(const Pith::Ptr<FwSegmentDir>& directory, const FwSegment& gone,
-                            Kiv::Deferred& steps) {
+                            Kiv::AllSteps& steps) {
   for (auto name = gone.receiver(std::nullopt); name; name = gone.receiver(name)) {
     const Pith::Ptr<FwSegment> receiver = directory->segment(*name);
     if (!receiver) continue;

@@ -4,9 +4,7 @@
 
 #include "Firewall/Sources.h"
 #include "Firewall/Trace.h"
-#include "framework/Kiv/Deferred.h"
-
-KIV_REACTOR_DEFINE(Firewall::RootDirSm)
+#include "framework/Kiv/AllSteps.h"
 
 namespace Firewall {
 
@@ -23,7 +21,7 @@ Pith::Ptr<AppRecogConfigSm> AppRecogChild::is(
   appRecStatus_ = appRecStatus;
   fieldSetConfig_ = fieldSetConfig;
   unhook(std::exchange(child_, child));
-  child->hasNotificationActiveIs(true);
+  child->hasNotificationActiveIs(true);  // which raises what is thrown at the versions
   return child;
 }
 
@@ -51,28 +49,39 @@ void RootDirSm::handleInitialized() {
   TWINLOG_FN(facility, 8, fn, ": ");
   ActiveWorkManager::Handle work(activeWorkManager());
   cleanupOutput();
-  initialized_ = true;
+  stage_.begin();
   bool isComplete = false;
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   steps.run([&] {
     if (fwConfigDir) {
       for (auto entry = fwConfigDir->entityPtrIteratorConst(); entry; ++entry) {
-        handleConfigurationSource(entry.key());
+        startSource(Pith::String(entry.key()));
       }
     }
-    work.handleDestroyed();
+    work.close();
     isComplete = true;
   });
   // Nobody will hold this root then, nor clean it up.
   if (!isComplete) steps.run([this] { cleanup(); });
-  steps.rethrow();
+}
+
+// One bad application does not keep a switch from its firewall: nobody would hold the root.
+void RootDirSm::startSource(const Pith::String& name) {
+  static constexpr Twinlog::Function fn("void Firewall::RootDirSm::handleInitialized()");
+  try {
+    handleConfigurationSource(name);
+  } catch (const Pith::RangeException& error) {
+    const auto source = rootFeatureSm(name);
+    if (!source || !source->rootSm()) throw;
+    TWINLOG(facility, 3, fn, "Source %s runs, but: %s", name, Pith::String(error.what()));
+  }
 }
 
 void RootDirSm::handleConfigurationSource(const Pith::String& name) {
   static constexpr Twinlog::Function fn(
       "void Firewall::RootDirSm::handleConfigurationSource(const String&)");
   TWINLOG_FN(facility, 8, fn, " Source: %s", name);
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
@@ -94,7 +103,7 @@ void RootDirSm::evaluateHwConfigEnableStatus() {
            });
   };
   const bool active = isAnyEnabled();
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   if (active) {
     steps.run([this] { appRecogConfigSmIs(appRecConfig, appRecStatus, fieldSetConfig); });
   } else {
@@ -107,11 +116,10 @@ void RootDirSm::evaluateHwConfigEnableStatus() {
     TWINLOG_FN(facility, 5, fn, " Setting active status: %s", active);
     steps.run([&] { outFirewallConfig->activeIs(active); });
   }
-  steps.rethrow();
 }
 
 void RootDirSm::cleanupOutput() {
-  Kiv::Deferred steps;  // whatever a subscriber throws, it is empty afterwards
+  Kiv::AllSteps steps;  // whatever a subscriber throws, it is empty afterwards
   steps.run([this] { outFirewallConfig->activeIs(false); });
   if (!outFirewallConfig->active()) {  // else a subscriber had another source take over
     steps.run([this] { outFirewallConfig->vrfDelAll(); });
@@ -120,21 +128,24 @@ void RootDirSm::cleanupOutput() {
     steps.run([this] { outFirewallConfig->servicesDelAll(); });
     steps.run([this] { firewallStatus->serviceDelAll(); });
   }
-  steps.rethrow();
 }
 
 void RootDirSm::cleanup() {
   static constexpr Twinlog::Function fn("void Firewall::RootDirSm::cleanup()");
   TWINLOG_FN(facility, 8, fn, ": ");
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
-  initialized_ = false;  // no source comes back
+  stage_.end();
   ActiveWorkManager::Handle work(activeWorkManager());
   rootFeatureSmDelAll();
   cleanupOutput();
-  work.handleDestroyed();
+  work.close();
+}
+
+RootDirSm::Ptr rootDirSmFactory(RootDirSmAttributes attributes) {
+  return RootDirSm::create(std::move(attributes));
 }
 
 RootDirSm::Ptr rootDirSmFactory(
@@ -145,11 +156,11 @@ RootDirSm::Ptr rootDirSmFactory(
     Pith::Ptr<const Classification::FieldSetConfig> fieldSetConfig,
     Pith::Ptr<Classification::AppRecognitionStatus> appRecStatus,
     Pith::Ptr<const HwCapability> hwCapability, Pith::Ptr<const Acl::AclListConfig> aclListConfig) {
-  return RootDirSm::RootDirSmIs(
+  return rootDirSmFactory(RootDirSmAttributes{
       std::move(fwConfigDir), std::move(outFirewallConfig), std::move(firewallStatus),
       std::move(intfStatusDir), std::move(ipStatus), std::move(matchListConfigDir),
       std::move(appRecConfig), std::move(fieldSetConfig), std::move(appRecStatus),
-      std::move(hwCapability), std::move(aclListConfig));
+      std::move(hwCapability), std::move(aclListConfig)});
 }
 
 }  // namespace Firewall

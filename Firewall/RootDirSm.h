@@ -6,9 +6,12 @@
 //
 // Every entry of the configuration directory that is a Firewall::Config is one configuration
 // source. There is one RootFeatureEnableSm for each; the output is active while any source is
-// enabled, and empty otherwise. What a source asks for is the work of the reactors below. A source
-// whose configuration cannot be replayed leaves nothing behind: the exception reaches who enabled
-// it, and it is tried again when it is disabled and enabled.
+// enabled, and empty otherwise. What a source asks for is the work of the reactors below.
+//
+// A source whose configuration cannot be replayed leaves nothing behind: the exception reaches who
+// enabled it, and it is tried again when it is disabled and enabled. An application that cannot be
+// compiled keeps no source from running: the exception reaches who enabled the first source; the
+// factory, whose caller would be left without a root, traces it.
 #pragma once
 
 #include <utility>
@@ -16,6 +19,7 @@
 #include "AppRecognition/AppRecogConfigSm.h"
 #include "Firewall/ActiveWorkManager.h"
 #include "Firewall/RootFeatureEnableSm.h"
+#include "Firewall/Stage.h"
 #include "framework/Kiv/Dir.h"
 #include "framework/Kiv/Reactor.h"
 #include "framework/Pith/Export.h"
@@ -74,16 +78,19 @@ class PITH_EXPORT AppRecogChild final : public Kiv::ReactorPart {
 
 class PITH_EXPORT RootDirSm final : public Kiv::Reactor<RootDirSm, RootDirSmAttributes> {
   KIV_REACTOR(RootDirSm)
-  KIV_CHILD_REACTORS(RootFeatureEnableSm, rootFeatureSm, RootFeatureSmKeyFunktor, Pith::String,
-                     attributes().configSource)
+  KIV_CHILD_REACTORS(RootFeatureEnableSm, rootFeatureSm, RootFeatureSmKeyFunktor, Pith::String)
   KIV_CHILD_REACTOR(ActiveWorkManager, activeWorkManager)
   KIV_IMPL_REACTOR_DECLARE(appRecogConfigSm, AppRecogChild)
 
   // The arguments of RootFeatureEnableSm in order, without the work manager, which is this one's.
+  // The child is there, also when its start raises an exception.
   template <class... Args>
   Pith::Ptr<RootFeatureEnableSm> rootFeatureSmIs(const Pith::String& name, Args&&... args) {
-    return rootFeatureSm_.is(name, RootFeatureEnableSmAttributes{name, std::forward<Args>(args)...,
-                                                                 activeWorkManager()});
+    auto child = rootFeatureSm_.is(
+        name,
+        RootFeatureEnableSmAttributes{name, std::forward<Args>(args)..., activeWorkManager()});
+    child->startErrorRaise();
+    return child;
   }
   Pith::Ptr<ActiveWorkManager> activeWorkManagerIs(const Pith::Ptr<HwConfig>& output) {
     return activeWorkManager_.is({output});
@@ -99,7 +106,9 @@ class PITH_EXPORT RootDirSm final : public Kiv::Reactor<RootDirSm, RootDirSmAttr
   }
   void appRecogConfigSmDel() { appRecogConfigSm_.del(); }
 
-  bool initialized() const noexcept { return initialized_; }
+  bool initialized() const noexcept { return stage_.initialized(); }
+  // From handleInitialized() to cleanup(); otherwise handlers do nothing.
+  bool isWorking() const noexcept { return stage_.isWorking(); }
 
   void fwConfigDirDispatch(Pith::Publisher* publisher, Pith::Subscriber* subscriber,
                            Pith::FieldId field, const void* key, const Pith::Change* change);
@@ -116,13 +125,15 @@ class PITH_EXPORT RootDirSm final : public Kiv::Reactor<RootDirSm, RootDirSmAttr
  private:
   explicit RootDirSm(RootDirSmAttributes attributes);
   void start();
+  void startSource(const Pith::String& name);
 
   Kiv::Subscription<&RootDirSm::fwConfigDirDispatch> fwConfigDirSubscription_;
-  bool initialized_ = false;
+  Stage stage_;
 };
 
 // The library's entry: called once by the hosting agent, which keeps the root for as long as the
-// feature exists.
+// feature exists. The first form names what it is given: two of the eleven are directories.
+PITH_EXPORT RootDirSm::Ptr rootDirSmFactory(RootDirSmAttributes attributes);
 PITH_EXPORT RootDirSm::Ptr rootDirSmFactory(
     Pith::Ptr<const Kiv::Dir> fwConfigDir, Pith::Ptr<HwConfig> outFirewallConfig,
     Pith::Ptr<Status> firewallStatus, Pith::Ptr<const Interface::AllIntfStatusDir> intfStatusDir,

@@ -5,16 +5,20 @@
 #include "Firewall/RootDirSm.h"
 #include "Firewall/Sources.h"
 #include "Firewall/Trace.h"
-#include "framework/Kiv/Deferred.h"
-
-KIV_REACTOR_DEFINE(Firewall::RootFeatureEnableSm)
+#include "framework/Kiv/AllSteps.h"
 
 namespace Firewall {
 
 RootFeatureEnableSm::RootFeatureEnableSm(RootFeatureEnableSmAttributes attributes)
     : Reactor(std::move(attributes)), inConfigSubscription_(*this, inConfig) {}
 
-void RootFeatureEnableSm::start() { handleInitialized(); }
+void RootFeatureEnableSm::start() {
+  try {
+    handleInitialized();
+  } catch (...) {
+    startError_ = std::current_exception();
+  }
+}
 
 void RootFeatureEnableSm::inConfigDispatch(Pith::Publisher* /*publisher*/,
                                            Pith::Subscriber* /*subscriber*/, Pith::FieldId field,
@@ -35,37 +39,44 @@ void RootFeatureEnableSm::handleFeatureStatus() {
   TWINLOG_FN(facility, 8, fn, " enabled: %s", inConfig->enabled());
   if (inConfig->enabled()) {
     TWINLOG_FN(facility, 5, fn, " Creating RootSm: %s", configSource);
-    Kiv::Deferred steps;
+    Kiv::AllSteps steps;
     steps.run([this] {
       rootSmIs(configSource, fwConfigDir, inConfig, outFirewallConfig, firewallStatus,
                intfStatusDir, ipStatus, matchListConfigDir, appRecConfig, fieldSetConfig,
                appRecStatus, hwCapability, aclListConfig, activeWorkManager);
     });
+    isRootMissing_ = !rootSm() && inConfig->enabled();
     steps.run([this] {
       if (rootSm()) {
         rootDirSm->evaluateHwConfigEnableStatus();
-        if (!inConfig->enabled()) handleFeatureStatus();  // a subscriber disabled it meanwhile
-      } else if (!isAnotherEnabled()) {
+      } else if (!isAnotherRunning()) {
         rootDirSm->cleanupOutput();  // what it compiled before it failed
       }
     });
-    steps.rethrow();
+    // A subscriber may have disabled it meanwhile.
+    if (rootSm() && !inConfig->enabled()) steps.run([this] { handleFeatureStatus(); });
     return;
   }
   const Pith::Ptr<RootSm> child = rootSm();
-  if (!child) return;
+  if (!child) {
+    // Evaluations since have counted it as enabled.
+    if (std::exchange(isRootMissing_, false)) rootDirSm->evaluateHwConfigEnableStatus();
+    return;
+  }
   TWINLOG_FN(facility, 5, fn, " Deleting RootSm: %s", configSource);
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   // While the RootSm is there: when this was the last source, its output is cleared first.
   steps.run([this] { rootDirSm->evaluateHwConfigEnableStatus(); });
   steps.run([&child] { child->cleanup(); });
   steps.run([this] { rootSmDel(); });
-  steps.rethrow();
 }
 
-bool RootFeatureEnableSm::isAnotherEnabled() const {
-  return anySource(*fwConfigDir, [this](const Pith::String&, const auto& config) {
-    return config != inConfig && config->enabled();
+// One that is just being made counts: a subscriber to what it writes may have enabled this one.
+bool RootFeatureEnableSm::isAnotherRunning() const {
+  return anySource(*fwConfigDir, [this](const Pith::String& name, const auto& config) {
+    if (config == inConfig || !config->enabled()) return false;
+    const auto source = rootDirSm->rootFeatureSm(name);
+    return !source || !source->isRootMissing_;
   });
 }
 
@@ -73,12 +84,16 @@ void RootFeatureEnableSm::cleanup() {
   static constexpr Twinlog::Function fn("void Firewall::RootFeatureEnableSm::cleanup()");
   TWINLOG_FN(facility, 8, fn, ": ");
   const Pith::Ptr<RootSm> child = rootSm();
-  if (!child) return;
-  Kiv::Deferred steps;
+  if (!child) {
+    if (std::exchange(isRootMissing_, false) && rootDirSm->isWorking()) {
+      rootDirSm->evaluateHwConfigEnableStatus();
+    }
+    return;
+  }
+  Kiv::AllSteps steps;
   steps.run([&child] { child->cleanup(); });
   steps.run([this] { rootSmDel(); });
   steps.run([this] { rootDirSm->evaluateHwConfigEnableStatus(); });
-  steps.rethrow();
 }
 
 RootFeatureEnableSm::Ptr rootFeatureEnableSmFactory(
@@ -92,12 +107,14 @@ RootFeatureEnableSm::Ptr rootFeatureEnableSmFactory(
     Pith::Ptr<const HwCapability> hwCapability, RootDirSm* rootDirSm,
     Pith::Ptr<const Acl::AclListConfig> aclListConfig,
     Pith::Ptr<ActiveWorkManager> activeWorkManager) {
-  return RootFeatureEnableSm::RootFeatureEnableSmIs(
+  auto source = RootFeatureEnableSm::RootFeatureEnableSmIs(
       std::move(configSource), std::move(fwConfigDir), std::move(inConfig),
       std::move(outFirewallConfig), std::move(firewallStatus), std::move(intfStatusDir),
       std::move(ipStatus), std::move(matchListConfigDir), std::move(appRecConfig),
       std::move(fieldSetConfig), std::move(appRecStatus), std::move(hwCapability), rootDirSm,
       std::move(aclListConfig), std::move(activeWorkManager));
+  source->startErrorRaise();
+  return source;
 }
 
 }  // namespace Firewall

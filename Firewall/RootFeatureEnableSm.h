@@ -1,5 +1,12 @@
 // One configuration source: while it is enabled there is a RootSm for it.
+//
+// It outlives a start that fails, of the source or of what the source brings up: what was raised is
+// kept until the owner has the reactor and asks for it. The source is tried again when it is
+// disabled and enabled.
 #pragma once
+
+#include <exception>
+#include <utility>
 
 #include "Firewall/ActiveWorkManager.h"
 #include "Firewall/RootSm.h"
@@ -51,6 +58,10 @@ class PITH_EXPORT RootFeatureEnableSm final
   }
 
   bool initialized() const noexcept { return initialized_; }
+  // Raises what the start of this reactor raised, once.
+  void startErrorRaise() {
+    if (startError_) std::rethrow_exception(std::exchange(startError_, nullptr));
+  }
 
   void inConfigDispatch(Pith::Publisher* publisher, Pith::Subscriber* subscriber,
                         Pith::FieldId field, const void* key, const Pith::Change* change);
@@ -64,10 +75,12 @@ class PITH_EXPORT RootFeatureEnableSm final
  private:
   explicit RootFeatureEnableSm(RootFeatureEnableSmAttributes attributes);
   void start();
-  bool isAnotherEnabled() const;
+  bool isAnotherRunning() const;
 
   Kiv::Subscription<&RootFeatureEnableSm::inConfigDispatch> inConfigSubscription_;
+  std::exception_ptr startError_;
   bool initialized_ = false;
+  bool isRootMissing_ = false;  // enabled, but its RootSm could not be made
 };
 
 PITH_EXPORT RootFeatureEnableSm::Ptr rootFeatureEnableSmFactory(

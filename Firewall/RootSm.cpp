@@ -4,9 +4,7 @@
 
 #include "Firewall/Sources.h"
 #include "Firewall/Trace.h"
-#include "framework/Kiv/Deferred.h"
-
-KIV_REACTOR_DEFINE(Firewall::RootSm)
+#include "framework/Kiv/AllSteps.h"
 
 namespace Firewall {
 
@@ -44,7 +42,7 @@ void RootSm::inConfigDispatch(Pith::Publisher* /*publisher*/, Pith::Subscriber* 
   const auto named = [key]() -> const Pith::String& {
     return *static_cast<const Pith::String*>(key);
   };
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   // Children follow what is there: a handler's writes may have made another of the name meanwhile.
   switch (field) {
     case Config::classMapField:
@@ -80,7 +78,6 @@ void RootSm::inConfigDispatch(Pith::Publisher* /*publisher*/, Pith::Subscriber* 
     default:
       break;
   }
-  steps.rethrow();
 }
 
 void RootSm::ipStatusDispatch(Pith::Publisher* /*publisher*/, Pith::Subscriber* /*subscriber*/,
@@ -99,7 +96,7 @@ void RootSm::outFirewallConfigDispatch(Pith::Publisher* /*publisher*/,
                                        const void* key, const Pith::Change* /*change*/) {
   if (field != HwConfig::servicesField) return;
   const auto& name = *static_cast<const Pith::String*>(key);
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   if (!isZombie()) steps.run([&] { handleService(name); });
   steps.run([&] {
     const auto input = outFirewallConfig->services(name);
@@ -107,7 +104,6 @@ void RootSm::outFirewallConfigDispatch(Pith::Publisher* /*publisher*/,
     if (child && child->notifier() != input) serviceDel(name);
     if (input) serviceIs(input);
   });
-  steps.rethrow();
 }
 
 void RootSm::appRecStatusDispatch(Pith::Publisher* /*publisher*/, Pith::Subscriber* /*subscriber*/,
@@ -122,20 +118,20 @@ void RootSm::handleInitialized() {
   static constexpr Twinlog::Function fn("void Firewall::RootSm::handleInitialized()");
   TWINLOG_FN(facility, 8, fn, ": ");
   ActiveWorkManager::Handle work(activeWorkManager);
-  initialized_ = true;
+  stage_.begin();
   handleDefaultPolicyDrop();
   handleVrfConfig();
   handleL2Config();
   handlePolicy();
   handleClassMap();
   handleForwardingType();
-  work.handleDestroyed();
+  work.close();
 }
 
 void RootSm::handleDefaultPolicyDrop() {
   static constexpr Twinlog::Function fn("void Firewall::RootSm::handleDefaultPolicyDrop()");
   TWINLOG_FN(facility, 8, fn, ": ");
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
@@ -149,7 +145,7 @@ void RootSm::handleDefaultPolicyDrop() {
 void RootSm::handleForwardingType() {
   static constexpr Twinlog::Function fn("void Firewall::RootSm::handleForwardingType()");
   TWINLOG_FN(facility, 8, fn, ": ");
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
@@ -164,7 +160,7 @@ void RootSm::handleForwardingType() {
 void RootSm::handleVrfConfig() {
   static constexpr Twinlog::Function fn("void Firewall::RootSm::handleVrfConfig()");
   TWINLOG_FN(facility, 8, fn, ": ");
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
@@ -180,7 +176,7 @@ void RootSm::handleVrfConfig(const Pith::String& name) {
 void RootSm::handleVrf(const L3::VrfName& name) {
   static constexpr Twinlog::Function fn("void Firewall::RootSm::handleVrf(const L3::VrfName&)");
   TWINLOG_FN(facility, 8, fn, ": %s", name);
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
@@ -193,17 +189,16 @@ void RootSm::handleVrf(const L3::VrfName& name) {
               ipStatus, matchListConfigDir, this, hwCapability, aclListConfig, activeWorkManager);
     }
   } else if (const Pith::Ptr<VrfSm> child = vrfSm(name)) {
-    Kiv::Deferred steps;
+    Kiv::AllSteps steps;
     steps.run([&] { child->cleanup(); });
     steps.run([&] { vrfSmDel(name); });
-    steps.rethrow();
   }
 }
 
 void RootSm::handleL2Config() {
   static constexpr Twinlog::Function fn("void Firewall::RootSm::handleL2Config()");
   TWINLOG_FN(facility, 8, fn, ": ");
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
@@ -213,24 +208,23 @@ void RootSm::handleL2Config() {
                  activeWorkManager);
     TWINLOG_FN(facility, 5, fn, " L2 config added");
   } else if (const Pith::Ptr<VrfSm> child = l2SegDirSm()) {
-    Kiv::Deferred steps;
+    Kiv::AllSteps steps;
     steps.run([&] { child->cleanup(); });
     steps.run([&] { l2SegDirSmDel(); });
     TWINLOG_FN(facility, 5, fn, " L2 config removed");
-    steps.rethrow();
   }
 }
 
 void RootSm::cleanup() {
   static constexpr Twinlog::Function fn("void Firewall::RootSm::cleanup()");
   TWINLOG_FN(facility, 8, fn, ": ");
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
-  initialized_ = false;  // what is taken down does not come back
+  stage_.end();
   ActiveWorkManager::Handle work(activeWorkManager);
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   for (Pith::Ptr<VrfSm> child : vrfSm()) {
     steps.run([&] { child->cleanup(); });
     steps.run([&] { vrfSmDel(child->attributes().vrfName); });
@@ -239,8 +233,7 @@ void RootSm::cleanup() {
     steps.run([&] { child->cleanup(); });
     steps.run([&] { l2SegDirSmDel(); });
   }
-  steps.run([&] { work.handleDestroyed(); });
-  steps.rethrow();
+  steps.run([&] { work.close(); });
 }
 
 RootSm::Ptr rootSmFactory(Pith::String configSource, Pith::Ptr<const Kiv::Dir> fwConfigDir,

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "Firewall/ActiveWorkManager.h"
+#include "Firewall/Stage.h"
 #include "Firewall/VrfSm.h"
 #include "framework/Kiv/Dir.h"
 #include "framework/Kiv/Reactor.h"
@@ -92,8 +93,7 @@ class PITH_EXPORT RootSm final : public Kiv::Reactor<RootSm, RootSmAttributes> {
     };
 
     KIV_NESTED_REACTOR(ClassMapSm, RootSm)
-    KIV_CHILD_REACTORS(NestedSm_IntfVlanData, intfVlanData, IntfVlanDataKeyFunktor, Lanx::IntfId,
-                       notifier()->intfId())
+    KIV_CHILD_REACTORS(NestedSm_IntfVlanData, intfVlanData, IntfVlanDataKeyFunktor, Lanx::IntfId)
 
     Pith::Ptr<NestedSm_IntfVlanData> intfVlanDataIs(const Pith::Ptr<const IntfVlanRangeSet>& data);
     RootSm& rootSm() const noexcept { return owner(); }
@@ -104,11 +104,11 @@ class PITH_EXPORT RootSm final : public Kiv::Reactor<RootSm, RootSmAttributes> {
   };
 
   KIV_REACTOR(RootSm)
-  KIV_CHILD_REACTORS(VrfSm, vrfSm, VrfSmKeyFunktor, Pith::String, attributes().vrfName)
+  KIV_CHILD_REACTORS(VrfSm, vrfSm, VrfSmKeyFunktor, Pith::String)
   KIV_CHILD_REACTOR(VrfSm, l2SegDirSm)
-  KIV_CHILD_REACTORS(PolicySm, policy, PolicyKeyFunktor, Pith::String, notifier()->name())
-  KIV_CHILD_REACTORS(ServiceSm, service, ServiceKeyFunktor, Pith::String, notifier()->name())
-  KIV_CHILD_REACTORS(ClassMapSm, classMap, ClassMapKeyFunktor, Pith::String, notifier()->name())
+  KIV_CHILD_REACTORS(PolicySm, policy, PolicyKeyFunktor, Pith::String)
+  KIV_CHILD_REACTORS(ServiceSm, service, ServiceKeyFunktor, Pith::String)
+  KIV_CHILD_REACTORS(ClassMapSm, classMap, ClassMapKeyFunktor, Pith::String)
 
   // The arguments of VrfSm in order.
   template <class... Args>
@@ -125,7 +125,9 @@ class PITH_EXPORT RootSm final : public Kiv::Reactor<RootSm, RootSmAttributes> {
   Pith::Ptr<ServiceSm> serviceIs(const Pith::Ptr<const FwService>& input);
   Pith::Ptr<ClassMapSm> classMapIs(const Pith::Ptr<const ClassMapFirewall>& input);
 
-  bool initialized() const noexcept { return initialized_; }
+  bool initialized() const noexcept { return stage_.initialized(); }
+  // From handleInitialized() to cleanup(); otherwise handlers do nothing.
+  bool isWorking() const noexcept { return stage_.isWorking(); }
 
   void inConfigDispatch(Pith::Publisher* publisher, Pith::Subscriber* subscriber,
                         Pith::FieldId field, const void* key, const Pith::Change* change);
@@ -202,7 +204,7 @@ class PITH_EXPORT RootSm final : public Kiv::Reactor<RootSm, RootSmAttributes> {
   Kiv::Subscription<&RootSm::ipStatusDispatch> ipStatusSubscription_;
   Kiv::Subscription<&RootSm::outFirewallConfigDispatch> outFirewallConfigSubscription_;
   Kiv::Subscription<&RootSm::appRecStatusDispatch> appRecStatusSubscription_;
-  bool initialized_ = false;
+  Stage stage_;
 };
 
 PITH_EXPORT RootSm::Ptr rootSmFactory(

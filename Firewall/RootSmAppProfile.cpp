@@ -6,7 +6,7 @@
 
 #include "Firewall/RootSm.h"
 #include "Firewall/Trace.h"
-#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/AllSteps.h"
 #include "framework/Lanx/RangeMaskGen.h"
 
 namespace Firewall {
@@ -189,18 +189,17 @@ void rebuildProtocols(FwService& service, const Classification::AppConfig::PtrCo
 
 void RootSm::handleVersionForAppProfile(const Pith::String& name) {
   TWINLOG_FN(facility, 8, fn, " appName %s", name);
-  if (!initialized_) return;
+  if (!isWorking()) return;
   ActiveWorkManager::Handle work(activeWorkManager);
   const std::uint32_t* const version = appRecStatus->versionForAppProfile(name);
   const FwService::Ptr known = outFirewallConfig->services(name);
   if (version == nullptr || *version == 0) {
-    Kiv::Deferred steps;
+    Kiv::AllSteps steps;
     if (known) {
       steps.run([&] { known->protocolDelAll(); });
       steps.run([&] { outFirewallConfig->servicesDel(name); });
     }
-    steps.run([&] { work.handleDestroyed(); });
-    steps.rethrow();
+    steps.run([&] { work.close(); });
     return;
   }
 
@@ -231,7 +230,7 @@ void RootSm::handleVersionForAppProfile(const Pith::String& name) {
   addPrefixes<SrcPrefixes>(*service, sets.srcPrefixes);
   addPrefixes<DstPrefixes>(*service, sets.dstPrefixes);
   service->versionInc(1);
-  work.handleDestroyed();
+  work.close();
 }
 
 }  // namespace Firewall

@@ -3,12 +3,8 @@
 #include "Firewall/ClassMapName.h"
 #include "Firewall/RootSm.h"
 #include "Firewall/Trace.h"
-#include "framework/Kiv/Deferred.h"
-#include "framework/Lanx/RangeMaskGen.h"
-#include "framework/Pith/Assert.h"
-
-KIV_REACTOR_DEFINE(Firewall::RootSm::ClassMapSm)
-KIV_REACTOR_DEFINE(Firewall::RootSm::ClassMapSm::NestedSm_IntfVlanData)
+#include "Firewall/VlanSets.h"
+#include "framework/Kiv/AllSteps.h"
 
 namespace Firewall {
 
@@ -42,26 +38,25 @@ void ClassMapSm::start(const Pith::Ptr<const ClassMapFirewall>& classMap) {
 }
 
 void ClassMapSm::handleNotifier() {
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   steps.run([this] { rootSm().handleClassMapIntfs(notifier()); });
   steps.run([this] {
-    for (Pith::Ptr<NestedSm_IntfVlanData> child : intfVlanData()) {
-      followEntry(*this, child->notifier()->intfId());
+    for (const auto& child : intfVlanData()) {
+      const Lanx::IntfId intf = child.key;
+      followEntry(*this, intf);
     }
     for (Pith::Ptr<const IntfVlanRangeSet> entry : notifier()->intfVlanData()) {
       followEntry(*this, entry->intfId());
     }
   });
-  steps.rethrow();
 }
 
 void ClassMapSm::onAttribute(Pith::FieldId field, const void* key, const Pith::Change* /*change*/) {
   if (field != ClassMapFirewall::intfVlanDataField) return;
   const auto intf = *static_cast<const Lanx::IntfId*>(key);
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   steps.run([&] { rootSm().handleClassMapIntf(notifier(), intf); });
   steps.run([&] { followEntry(*this, intf); });
-  steps.rethrow();
 }
 
 void ClassMapSm::NestedSm_IntfVlanData::onAttribute(Pith::FieldId field, const void* key,
@@ -78,22 +73,21 @@ void ClassMapSm::NestedSm_IntfVlanData::kiv_handleIntfVlanData_vlanRange(const V
 void RootSm::handleClassMap() {
   static constexpr Twinlog::Function fn("void Firewall::RootSm::handleClassMap()");
   TWINLOG_FN(facility, 8, fn, ": ");
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
-  Kiv::Deferred steps;  // a class map that cannot be handled does not keep the others waiting
+  Kiv::AllSteps steps;  // a class map that cannot be handled does not keep the others waiting
   for (Pith::Ptr<const ClassMapFirewall> classMap : inConfig->classMap()) {
     steps.run([&] { handleClassMap(classMap->name()); });
   }
   TWINLOG_FN(facility, 7, fn, " return");
-  steps.rethrow();
 }
 
 void RootSm::handleClassMap(const Pith::String& name) {
   static constexpr Twinlog::Function fn("void Firewall::RootSm::handleClassMap(const String&)");
   TWINLOG_FN(facility, 8, fn, ": %s", name);
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
@@ -109,16 +103,15 @@ void RootSm::handleClassMapIntfs(const Pith::Ptr<const ClassMapFirewall>& inClas
   static constexpr Twinlog::Function fn(
       "void Firewall::RootSm::handleClassMapIntfs(const PtrConst&)");
   TWINLOG_FN(facility, 8, fn, ": %s", inClassMap->name());
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   for (Pith::Ptr<const IntfVlanRangeSet> entry : inClassMap->intfVlanData()) {
     steps.run([&] { handleClassMapIntf(inClassMap, entry->intfId()); });
   }
   TWINLOG_FN(facility, 7, fn, " return");
-  steps.rethrow();
 }
 
 void RootSm::handleClassMapIntf(const Pith::Ptr<const ClassMapFirewall>& inClassMap,
@@ -126,7 +119,7 @@ void RootSm::handleClassMapIntf(const Pith::Ptr<const ClassMapFirewall>& inClass
   static constexpr Twinlog::Function fn(
       "void Firewall::RootSm::handleClassMapIntf(const PtrConst&, Lanx::IntfId)");
   TWINLOG_FN(facility, 8, fn, ": %s, %s", inClassMap->name(), intf.shortName());
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
@@ -164,19 +157,18 @@ void RootSm::addIntfSegmentAll(const Pith::String& className, Lanx::IntfId intf)
     const auto vlans = classMap ? classMap->intfVlanData(intf) : nullptr;
     if (vlans) updateVlanSet(segment, vlans);
   };
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   for (auto user = outFirewallConfig->classUser(className, {}); user;
        user = outFirewallConfig->classUser(className, user->place)) {
     steps.run([&] { user->isL2() ? bindL2Segment(user->segment) : bindVrfSegment(user->segment); });
   }
-  steps.rethrow();
 }
 
 void RootSm::deleteIntfSegmentAll(const Pith::String& className, Lanx::IntfId intf) {
   static constexpr Twinlog::Function fn(
       "void Firewall::RootSm::deleteIntfSegmentAll(const String&, Lanx::IntfId)");
   TWINLOG_FN(facility, 8, fn, " className: %s intf: %s", className, intf.shortName());
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   for (auto user = outFirewallConfig->classUser(className, {}); user;
        user = outFirewallConfig->classUser(className, user->place)) {
     steps.run([&] {
@@ -187,7 +179,6 @@ void RootSm::deleteIntfSegmentAll(const Pith::String& className, Lanx::IntfId in
       }
     });
   }
-  steps.rethrow();
 }
 
 void RootSm::handleIntfVlan(const Pith::Ptr<const ClassMapFirewall>& inClassMap,
@@ -197,43 +188,22 @@ void RootSm::handleIntfVlan(const Pith::Ptr<const ClassMapFirewall>& inClassMap,
       "void Firewall::RootSm::handleIntfVlan(const PtrConst&, const PtrConst&, VlanRange)");
   TWINLOG_FN(facility, 8, fn, " class: %s intf: %s vlanRange: %s:%s", inClassMap->name(),
              intfVlanData->intfId().shortName(), range.first(), range.second());
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   const Pith::String& className = inClassMap->name();
   for (auto user = outFirewallConfig->classUser(className, ClassPlace::beforeL2()); user;
        user = outFirewallConfig->classUser(className, user->place)) {
     if (!user->segment->intfVlanRangeSetHas(intfVlanData->intfId())) continue;
     steps.run([&] { updateVlanSet(user->segment, intfVlanData); });
   }
-  steps.rethrow();
 }
 
 void RootSm::updateVlanSet(const Pith::Ptr<FwSegment>& fwSegment,
                            const Pith::Ptr<const IntfVlanRangeSet>& intfVlanData) {
-  static constexpr Twinlog::Function fn(
-      "void Firewall::RootSm::updateVlanSet(const Ptr&, const PtrConst&)");
-  TWINLOG_FN(facility, 8, fn, " className: %s intf: %s", fwSegment->className(),
-             intfVlanData->intfId().shortName());
-  const auto output = fwSegment->intfVlanRangeSet(intfVlanData->intfId());
-  PITH_ASSERT_TEXT(output, "fwSegment->intfVlanRangeSetHas( cliIntfVlanData->intfId() )");
-
-  // Whole before the first write: a range that is none leaves the output as it was.
-  Kiv::HashSet<VlanRange> wanted;
-  std::vector<Lanx::RangeMaskGen<std::uint16_t>::Entry> blocks;
-  for (const VlanRange& range : intfVlanData->vlanRange()) {
-    blocks.clear();
-    Lanx::RangeMaskGen<std::uint16_t>::run(range.first(), range.second(), blocks);
-    for (const auto& block : blocks) wanted.insert(VlanRange(block.low, block.high));
-  }
-  Kiv::Deferred steps;
-  for (const VlanRange range : output->vlanRange()) {
-    if (!wanted.has(range)) steps.run([&] { output->vlanRangeDel(range); });
-  }
-  for (const VlanRange& range : wanted) steps.run([&] { output->vlanRangeIs(range); });
-  steps.rethrow();
+  Firewall::updateVlanSet(fwSegment, intfVlanData);
 }
 
 }  // namespace Firewall

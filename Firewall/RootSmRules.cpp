@@ -5,7 +5,7 @@
 #include "Firewall/RootSm.h"
 #include "Firewall/RuleId.h"
 #include "Firewall/Trace.h"
-#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/AllSteps.h"
 
 namespace Firewall {
 
@@ -83,7 +83,7 @@ bool RootSm::addPolicyRule(RuleTarget& target, const Lanx::IpGenPrefix& sip,
       "bool Firewall::RootSm::addPolicyRule(const PtrConst&, U32, const Lanx::IpGenPrefix&, "
       "const Lanx::IpGenPrefix&, Firewall::Protocol::Optional, Firewall::PortRange, "
       "Firewall::PortRange)");
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " not initialized - return false");
     return false;
   }
@@ -175,7 +175,7 @@ void RootSm::addServicePolicyRules(const Pith::Ptr<const FwService>& fwService,
   const Pith::Ptr<const FwService> service = fwService;
   RuleTarget target(outFirewallConfig, inPolicy, seqnum);
   if (hwCapability->serviceRuleSupported()) {
-    if (!initialized_) return;
+    if (!isWorking()) return;
     FwPolicy* const fwPolicy = target.fwPolicy();
     if (fwPolicy == nullptr) {
       TWINLOG(facility, 3, fn, "Policy %s not found", target.policyName());
@@ -208,11 +208,11 @@ void RootSm::addServicePolicyRules(const Pith::Ptr<const FwService>& fwService,
 void RootSm::deletePolicyRules(const Pith::Ptr<const Policy>& inPolicy, std::uint32_t seqnum) {
   static constexpr Twinlog::Function fn(
       "void Firewall::RootSm::deletePolicyRules(const PtrConst&, U32)");
-  if (!initialized_) return;
+  if (!isWorking()) return;
   TWINLOG_FN(facility, 8, fn, ": %s, %s", inPolicy, seqnum);
   const Pith::Ptr<FwPolicy> fwPolicy = outFirewallConfig->policy(inPolicy->name());
   if (!fwPolicy) return;
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   const auto& rules = fwPolicy->rule();
   // The identifiers of a sequence number are a range; of one that is too large there are none.
   for (auto rule = rules.lowerBound(seqnum << ruleIndexBits);
@@ -223,7 +223,6 @@ void RootSm::deletePolicyRules(const Pith::Ptr<const Policy>& inPolicy, std::uin
   }
   steps.run([&] { fwPolicy->serviceRuleDel(seqnum); });
   TWINLOG_FN(facility, 7, fn, " return");
-  steps.rethrow();
 }
 
 }  // namespace Firewall

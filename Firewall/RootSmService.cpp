@@ -1,9 +1,7 @@
 // Services: their status, and the recompilation of the rules that name one that changed.
 #include "Firewall/RootSm.h"
 #include "Firewall/Trace.h"
-#include "framework/Kiv/Deferred.h"
-
-KIV_REACTOR_DEFINE(Firewall::RootSm::ServiceSm)
+#include "framework/Kiv/AllSteps.h"
 
 namespace Firewall {
 
@@ -24,11 +22,11 @@ void eachRuleOfService(const Config& config, const Pith::String& service, const 
 void RootSm::handleService(const Pith::String& name) {
   static constexpr Twinlog::Function fn("void Firewall::RootSm::handleService(const String&)");
   TWINLOG_FN(facility, 8, fn, ": %s", name);
-  if (initialized_) {
+  if (isWorking()) {
     if (outFirewallConfig->servicesHas(name)) {
       if (firewallStatus) firewallStatus->serviceIs(name);
     } else {
-      Kiv::Deferred steps;
+      Kiv::AllSteps steps;
       steps.run([&] { deleteServicePolicyRules(name); });
       steps.run([&] {
         if (firewallStatus) firewallStatus->serviceDel(name);
@@ -39,7 +37,6 @@ void RootSm::handleService(const Pith::String& name) {
         steps.run([&] { handleService(name); });
         steps.run([&] { handleServiceChange(again); });
       }
-      steps.rethrow();
     }
   }
   TWINLOG_FN(facility, 7, fn, " return ");
@@ -49,14 +46,13 @@ void RootSm::deleteServicePolicyRules(const Pith::String& name) {
   static constexpr Twinlog::Function fn(
       "void Firewall::RootSm::deleteServicePolicyRules(const String&)");
   TWINLOG_FN(facility, 8, fn, ": %s", name);
-  Kiv::Deferred steps;
-  if (initialized_) {
+  Kiv::AllSteps steps;
+  if (isWorking()) {
     eachRuleOfService(*inConfig, name, [&](const Policy::PtrConst& policy, std::uint32_t seqnum) {
       steps.run([&] { deletePolicyRules(policy, seqnum); });
     });
   }
   TWINLOG_FN(facility, 7, fn, " return");
-  steps.rethrow();
 }
 
 // Ports alone match nothing: they need a protocol.
@@ -69,10 +65,10 @@ void RootSm::handleServiceChange(const Pith::Ptr<const FwService>& fwService) {
   static constexpr Twinlog::Function fn(
       "void Firewall::RootSm::handleServiceChange(const PtrConst&)");
   TWINLOG_FN(facility, 8, fn, ": %s", fwService);
-  if (!initialized_) return;
+  if (!isWorking()) return;
   const Pith::Ptr<const FwService> service = fwService;
   ActiveWorkManager::Handle work(activeWorkManager);
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   steps.run([&] { deleteServicePolicyRules(service->name()); });
   if (hasRules(service)) {
     eachRuleOfService(*inConfig, service->name(),
@@ -82,18 +78,16 @@ void RootSm::handleServiceChange(const Pith::Ptr<const FwService>& fwService) {
   } else {
     steps.run([&] { compileRulesInstead(service->name()); });
   }
-  steps.run([&] { work.handleDestroyed(); });
+  steps.run([&] { work.close(); });
   TWINLOG_FN(facility, 7, fn, " return ");
-  steps.rethrow();
 }
 
 // The service makes no hardware rules (any more): other sources may have some for the same numbers.
 void RootSm::compileRulesInstead(const Pith::String& service) {
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   eachRuleOfService(*inConfig, service, [&](const Policy::PtrConst& policy, std::uint32_t seqnum) {
     steps.run([&] { compileRuleInstead(policy->name(), seqnum); });
   });
-  steps.rethrow();
 }
 
 void RootSm::ServiceSm::handleNotifier() { kiv_handleService_version(); }

@@ -2,7 +2,7 @@
 
 #include "Firewall/Sources.h"
 #include "Firewall/Trace.h"
-#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/AllSteps.h"
 #include "model/L3/VrfName.h"
 
 namespace Firewall {
@@ -140,7 +140,7 @@ void deleteInterFromSegAndFbPolicyAll(const Pith::Ptr<const SegmentDir>& segment
       "void Firewall::deleteInterFromSegAndFbPolicyAll(const PtrConst&, const Ptr&, const Ptr&, "
       "const String&, const String&)");
   TWINLOG_FN(facility, 8, fn, ": %s, %s", from, policyName);
-  Kiv::Deferred steps;  // a link to what is about to go must not stay
+  Kiv::AllSteps steps;  // a link to what is about to go must not stay
   eachDependent(*segmentDir, *fwSegmentDir, from, policyName,
                 [&](const auto& segment, const auto& target) {
                   eachEntry(*segment, from, policyName, [&](const Pith::String& name) {
@@ -150,7 +150,6 @@ void deleteInterFromSegAndFbPolicyAll(const Pith::Ptr<const SegmentDir>& segment
                     steps.run([&] { deleteFallbackPolicy(target); });
                   }
                 });
-  steps.rethrow();
 }
 
 }  // namespace Firewall

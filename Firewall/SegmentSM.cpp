@@ -3,12 +3,10 @@
 #include <utility>
 
 #include "Firewall/ClassMapName.h"
-#include "Firewall/RootSm.h"
 #include "Firewall/Trace.h"
+#include "Firewall/VlanSets.h"
 #include "Firewall/VrfSm.h"
-#include "framework/Kiv/Deferred.h"
-
-KIV_REACTOR_DEFINE(Firewall::SegmentSM)
+#include "framework/Kiv/AllSteps.h"
 
 namespace Firewall {
 
@@ -48,7 +46,7 @@ void SegmentSM::matchListConfigDirDispatch(Pith::Publisher* /*publisher*/,
 void SegmentSM::handleInitialized() {
   static constexpr Twinlog::Function fn("void Firewall::SegmentSM::handleInitialized()");
   TWINLOG_FN(facility, 8, fn, ": %s", segmentName);
-  initialized_ = true;
+  stage_.begin();
   if (fwVrfConfig->segmentHas(segmentName)) {
     TWINLOG(facility, 6, fn, "Delete stale interim segment:%s", segmentName);
     removeFromSegments();
@@ -66,6 +64,7 @@ void SegmentSM::handleInitialized() {
 void SegmentSM::handleMatchListConfigPath() {
   static constexpr Twinlog::Function fn("void Firewall::SegmentSM::handleMatchListConfigPath()");
   TWINLOG_FN(facility, 8, fn, ": ");
+  if (!matchListConfigDir) return;
   for (auto path = matchListConfigDir->entityPtrIteratorConst(); path; ++path) {
     const Pith::String name = path.key();
     handleMatchListConfigPath(name);
@@ -76,7 +75,7 @@ void SegmentSM::handleMatchListConfigPath(const Pith::String& name) {
   static constexpr Twinlog::Function fn(
       "void Firewall::SegmentSM::handleMatchListConfigPath(const String&)");
   TWINLOG_FN(facility, 8, fn, " MatchList config path:%s", name);
-  if (!isWorking()) {
+  if (!isWorking() || !inSegment || !matchListConfigDir) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
@@ -97,19 +96,18 @@ constexpr Twinlog::Function handleClassMapFn("void Firewall::SegmentSM::handleCl
 
 void SegmentSM::handleClassMap() {
   static constexpr const Twinlog::Function& fn = handleClassMapFn;
-  const Pith::String className = inSegment->className();
+  const Pith::String className = classMapName();
   TWINLOG_FN(facility, 8, fn, " className:%s", className);
   if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
   const bool isNew = fwSegment_->className() != className;
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   steps.run([&] { fwSegment_->classNameIs(className); });
   const auto classMap = className.empty() ? nullptr : inConfig->classMap(className);
   if (!classMap) {
     steps.run([&] { cleanClassmap(); });
-    steps.rethrow();
     return;
   }
   const bool isL2 = isL2ClassMap(className);
@@ -122,7 +120,7 @@ void SegmentSM::handleClassMap() {
   // A subscriber may name another class map meanwhile, which is then bound already; and the name
   // may not have been written for want of memory.
   const auto isNamed = [&] {
-    return inSegment->className() == className && fwSegment_->className() == className;
+    return classMapName() == className && fwSegment_->className() == className;
   };
   for (Pith::Ptr<const IntfVlanRangeSet> data : classMap->intfVlanData()) {
     if (!isNamed()) break;
@@ -134,7 +132,10 @@ void SegmentSM::handleClassMap() {
   }
   steps.run([&] { updateLocalDataForVrfSegment(); });
   TWINLOG_FN(facility, 7, fn, " return");
-  steps.rethrow();
+}
+
+Pith::String SegmentSM::classMapName() const {
+  return inSegment ? inSegment->className() : Pith::String();
 }
 
 bool SegmentSM::hasIntfStatus(const Lanx::IntfId& intf) const {
@@ -146,9 +147,9 @@ bool SegmentSM::hasIntfStatus(const Lanx::IntfId& intf) const {
 
 void SegmentSM::bindL2Intf(const Pith::Ptr<const IntfVlanRangeSet>& data) {
   if (!hasIntfStatus(data->intfId())) return;
-  TWINLOG(facility, 8, handleClassMapFn, "Setting HW config for segment");
   fwSegment_->intfVlanRangeSetIs(fwSegment_->className(), data->intfId());
-  rootSm->updateVlanSet(fwSegment_, data);
+  updateVlanSet(fwSegment_, data);
+  TWINLOG(facility, 8, handleClassMapFn, "Setting HW config for segment");
 }
 
 void SegmentSM::bindVrfIntf(const Lanx::IntfId& intf) {
@@ -196,8 +197,8 @@ void SegmentSM::cleanup() {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
-  initialized_ = false;  // what is taken down does not come back
-  Kiv::Deferred steps;
+  stage_.end();
+  Kiv::AllSteps steps;
   steps.run([this] { removeFromSegments(); });
   for (Pith::Ptr<MatchListConfigPathSm> child : mlConfigPathSm()) {
     steps.run([&] { child->cleanup(); });
@@ -205,7 +206,6 @@ void SegmentSM::cleanup() {
   steps.run([this] { vrfSm->subcriberSideSegmentDel(segmentName); });
   vrfSm->serviceSideSegmentDel(segmentName);
   TWINLOG_FN(facility, 7, fn, " return");
-  steps.rethrow();
 }
 
 SegmentSM::Ptr segmentSMFactory(

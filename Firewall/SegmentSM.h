@@ -7,6 +7,7 @@
 
 #include "Firewall/ActiveWorkManager.h"
 #include "Firewall/MatchListConfigPathSm.h"
+#include "Firewall/Stage.h"
 #include "framework/Kiv/Dir.h"
 #include "framework/Kiv/Reactor.h"
 #include "framework/Lanx/IntfId.h"
@@ -29,14 +30,14 @@ struct SegmentSMAttributes {
   Pith::String segmentName;
   Pith::String vrfName;  // empty for the L2 segment directory
   Pith::Ptr<const Kiv::Dir> fwConfigDir;
-  Pith::Ptr<const Segment> inSegment;
+  Pith::Ptr<const Segment> inSegment;  // null: a segment of which nothing is configured
   Pith::Ptr<const Config> inConfig;
-  Pith::Ptr<const SegmentDir> inFirewall;
-  Pith::Ptr<FwSegmentDir> fwVrfConfig;  // the output directory that the segment is in
+  Pith::Ptr<const SegmentDir> inFirewall;  // null: no other segment is configured
+  Pith::Ptr<FwSegmentDir> fwVrfConfig;     // the output directory that the segment is in
   Pith::Ptr<HwConfig> outFirewallConfig;
   Pith::Ptr<const Interface::AllIntfStatusDir> intfStatusDir;
   Pith::Ptr<const Ip::Status> ipStatus;
-  Pith::Ptr<const Kiv::Dir> matchListConfigDir;
+  Pith::Ptr<const Kiv::Dir> matchListConfigDir;  // null: no paths, and so no subnets
   RootSm* rootSm = nullptr;
   Pith::Ptr<const HwCapability> hwCapability;
   VrfSm* vrfSm = nullptr;
@@ -49,8 +50,7 @@ struct SegmentSMAttributes {
 
 class PITH_EXPORT SegmentSM final : public Kiv::Reactor<SegmentSM, SegmentSMAttributes> {
   KIV_REACTOR(SegmentSM)
-  KIV_CHILD_REACTORS(MatchListConfigPathSm, mlConfigPathSm, MlConfigPathSmKeyFunktor, Pith::String,
-                     attributes().mlName)
+  KIV_CHILD_REACTORS(MatchListConfigPathSm, mlConfigPathSm, MlConfigPathSmKeyFunktor, Pith::String)
 
   // The arguments of MatchListConfigPathSm in order.
   template <class... Args>
@@ -59,7 +59,7 @@ class PITH_EXPORT SegmentSM final : public Kiv::Reactor<SegmentSM, SegmentSMAttr
                               MatchListConfigPathSmAttributes{name, std::forward<Args>(args)...});
   }
 
-  bool initialized() const noexcept { return initialized_; }
+  bool initialized() const noexcept { return stage_.initialized(); }
   // The segment's output; null until handleInitialized().
   const Pith::Ptr<FwSegment>& fwSegment() const noexcept { return fwSegment_; }
 
@@ -93,8 +93,13 @@ class PITH_EXPORT SegmentSM final : public Kiv::Reactor<SegmentSM, SegmentSMAttr
   void start();
 
   // Whether handlers may write: from handleInitialized() to cleanup().
-  bool isWorking() const noexcept { return initialized_ && fwSegment_; }
+  bool isWorking() const noexcept { return stage_.isWorking() && fwSegment_; }
   bool isForwardingPolicySupported() const;
+  // What the configuration names for traffic from there, for traffic that no from-segment matches,
+  // and for the interfaces; empty for nothing.
+  Pith::String policyFor(const Pith::String& fromSegment) const;
+  Pith::String fallbackPolicyName() const;
+  Pith::String classMapName() const;
   // Every segment that names this one as a from-segment gets its link.
   void linkReceivers();
   bool hasIntfStatus(const Lanx::IntfId& intf) const;
@@ -104,7 +109,7 @@ class PITH_EXPORT SegmentSM final : public Kiv::Reactor<SegmentSM, SegmentSMAttr
   Kiv::Subscription<&SegmentSM::inSegmentDispatch> inSegmentSubscription_;
   Kiv::Subscription<&SegmentSM::matchListConfigDirDispatch> matchListConfigDirSubscription_;
   Pith::Ptr<FwSegment> fwSegment_;
-  bool initialized_ = false;
+  Stage stage_;
 };
 
 PITH_EXPORT SegmentSM::Ptr segmentSMFactory(

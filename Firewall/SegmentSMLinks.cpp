@@ -6,7 +6,7 @@
 #include "Firewall/Sources.h"
 #include "Firewall/Trace.h"
 #include "Firewall/VrfSm.h"
-#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/AllSteps.h"
 
 namespace Firewall {
 namespace {
@@ -20,15 +20,22 @@ bool SegmentSM::isForwardingPolicySupported() const {
   return hwCapability && hwCapability->forwardingSegmentsPolicySupported();
 }
 
+Pith::String SegmentSM::policyFor(const Pith::String& fromSegment) const {
+  const Pith::String* const policy = inSegment ? inSegment->policy(fromSegment) : nullptr;
+  return policy == nullptr ? Pith::String() : *policy;
+}
+
+Pith::String SegmentSM::fallbackPolicyName() const {
+  return inSegment ? inSegment->fallbackPolicy() : Pith::String();
+}
+
 void SegmentSM::linkReceivers() {
-  addInterFromSegAndFbPolicyAll(inFirewall, outFirewallConfig, fwVrfConfig, segmentName, "");
+  if (inFirewall) {
+    addInterFromSegAndFbPolicyAll(inFirewall, outFirewallConfig, fwVrfConfig, segmentName, "");
+  }
   if (vrfName.empty()) return;
-  const L3::VrfName vrfKey(vrfName);
-  anySource(*fwConfigDir, [&](const Pith::String&, const Config::PtrConst& config) {
-    const Vrf::PtrConst vrf = config->vrf(vrfKey);
-    if (config != inConfig && config->enabled() && vrf) {
-      addInterFromSegAndFbPolicyAll(vrf, outFirewallConfig, fwVrfConfig, segmentName, "");
-    }
+  anyVrfOfOtherSource(*fwConfigDir, *inConfig, vrfName, [&](const Vrf::PtrConst& vrf) {
+    addInterFromSegAndFbPolicyAll(vrf, outFirewallConfig, fwVrfConfig, segmentName, "");
     return false;
   });
 }
@@ -36,9 +43,11 @@ void SegmentSM::linkReceivers() {
 void SegmentSM::handleFromSegment() {
   static constexpr Twinlog::Function fn("void Firewall::SegmentSM::handleFromSegment()");
   TWINLOG_FN(facility, 8, fn, ": ");
-  for (const auto& entry : inSegment->policy()) {
-    const Pith::String name = entry.key;
-    handleFromSegment(name);
+  if (inSegment) {
+    for (const auto& entry : inSegment->policy()) {
+      const Pith::String name = entry.key;
+      handleFromSegment(name);
+    }
   }
   TWINLOG_FN(facility, 7, fn, " return");
 }
@@ -51,19 +60,17 @@ void SegmentSM::handleFromSegment(const Pith::String& name) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   steps.run([&] { deleteInterimFromSegment(fwVrfConfig, fwSegment_, name); });
   steps.run([&] {
     if (name == forwardingSegments && isForwardingPolicySupported()) {
       addInterimForwardingSegments();
       return;
     }
-    const Pith::String* const policyName = inSegment->policy(name);
-    if (policyName == nullptr || policyName->empty()) return;
+    if (policyFor(name).empty()) return;
     addInterimFromSegment(inSegment, outFirewallConfig, fwVrfConfig, fwSegment_, name);
   });
   steps.run([&] { updateLocalDataForVrfSegment(); });
-  steps.rethrow();
 }
 
 void SegmentSM::addInterimForwardingSegments() {
@@ -73,14 +80,13 @@ void SegmentSM::addInterimForwardingSegments() {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   steps.run([&] { fwSegment_->fromSegmentDelAll(); });
   for (const auto& subscriber : vrfSm->subcriberSideSegment()) {
     const Pith::String from = subscriber.key;
     steps.run([&] { updateSubcriberSegment(from); });
   }
   TWINLOG_FN(facility, 7, fn, " return");
-  steps.rethrow();
 }
 
 void SegmentSM::updateSubcriberSegment(const Pith::String& from) {
@@ -91,8 +97,7 @@ void SegmentSM::updateSubcriberSegment(const Pith::String& from) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
-  const Pith::String* const named = inSegment->policy(forwardingSegments);
-  const Pith::String policyName = named == nullptr ? Pith::String() : *named;
+  const Pith::String policyName = policyFor(forwardingSegments);
   const auto policy = policyName.empty() ? nullptr : outFirewallConfig->policy(policyName);
   if (!policy) {
     TWINLOG(facility, 7, fn, "Policy is not available:%s", policyName);
@@ -118,7 +123,7 @@ void SegmentSM::handleFallbackPolicy() {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
-  const Pith::String name = inSegment->fallbackPolicy();
+  const Pith::String name = fallbackPolicyName();
   if (name.empty()) {
     deleteFallbackPolicy(fwSegment_);
   } else {
@@ -132,10 +137,11 @@ void SegmentSM::removeFromSegments() {
   // At a stale start, the entry that is there already.
   const auto output = fwSegment_ ? fwSegment_ : fwVrfConfig->segment(segmentName);
   if (!output) return;
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   if (!isSegmentConfigured(fwConfigDir, vrfName, segmentName)) {
     TWINLOG_FN(facility, 6, fn, " Segment is not configured. Removing:%s", segmentName);
     steps.run([&] {
+      if (!inFirewall) return;
       deleteInterFromSegAndFbPolicyAll(inFirewall, outFirewallConfig, fwVrfConfig, segmentName, "");
     });
     // Those that others linked. In the L2 directory another source may have put a segment of its
@@ -156,7 +162,6 @@ void SegmentSM::removeFromSegments() {
       steps.run([&] { output->fromSegmentDel(from); });
     }
   }
-  steps.rethrow();
 }
 
 bool SegmentSM::isFromSegmentConfigured(const Pith::String& segment,

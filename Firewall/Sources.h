@@ -6,6 +6,7 @@
 #include "framework/Pith/Ptr.h"
 #include "framework/Pith/String.h"
 #include "model/Firewall/Config.h"
+#include "model/L3/VrfName.h"
 
 namespace Firewall {
 
@@ -18,6 +19,24 @@ bool anySource(const Kiv::Dir& fwConfigDir, const Visit& visit) {
     if (config && visit(entry.key(), config)) return true;
   }
   return false;
+}
+
+// The same for visit(config) and the enabled sources other than `own`.
+template <class Visit>
+bool anyOtherSource(const Kiv::Dir& fwConfigDir, const Config& own, const Visit& visit) {
+  return anySource(fwConfigDir, [&](const Pith::String&, const Config::PtrConst& config) {
+    return config.get() != &own && config->enabled() && visit(config);
+  });
+}
+
+// The same for visit(vrf) and those of them that have the VRF.
+template <class Visit>
+bool anyVrfOfOtherSource(const Kiv::Dir& fwConfigDir, const Config& own, const L3::VrfName& name,
+                         const Visit& visit) {
+  return anyOtherSource(fwConfigDir, own, [&](const Config::PtrConst& config) {
+    const Vrf::PtrConst vrf = config->vrf(name);
+    return vrf && visit(vrf);
+  });
 }
 
 }  // namespace Firewall

@@ -1,17 +1,14 @@
 #include "Firewall/VrfSm.h"
 
+#include <optional>
 #include <utility>
 
 #include "Firewall/Receivers.h"
-#include "Firewall/RootSm.h"
 #include "Firewall/SegmentLinks.h"
 #include "Firewall/Sources.h"
 #include "Firewall/Trace.h"
-#include "Firewall/VrfSources.h"
-#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/AllSteps.h"
 #include "framework/Pith/Assert.h"
-
-KIV_REACTOR_DEFINE(Firewall::VrfSm)
 
 namespace Firewall {
 
@@ -81,7 +78,7 @@ void VrfSm::handleInitialized() {
   static constexpr Twinlog::Function fn("void Firewall::VrfSm::handleInitialized()");
   TWINLOG_FN(facility, 8, fn, ": ");
   ActiveWorkManager::Handle work(activeWorkManager);
-  initialized_ = true;
+  stage_.begin();
   if (vrfName.empty()) {
     if (outFirewallConfig->l2Seg()) outFirewallConfig->l2SegDel();
     outFirewallConfig->l2SegIs("l2SegDir");
@@ -93,7 +90,7 @@ void VrfSm::handleInitialized() {
   }
   handleSegment();
   TWINLOG_FN(facility, 7, fn, " return");
-  work.handleDestroyed();
+  work.close();
 }
 
 namespace {
@@ -104,8 +101,10 @@ constexpr Twinlog::Function reconcileFn("void Firewall::VrfSm::handleInitialized
 Pith::String configuredSegment(const Pith::Ptr<const Kiv::Dir>& fwConfigDir,
                                const Pith::String& vrfName, const Lanx::IpGenPrefix& prefix) {
   Pith::String segment;
-  anyVrfOfSources(*fwConfigDir, vrfName, [&](const auto& config, const auto& vrf) {
-    const Pith::String* const named = config->enabled() ? vrf->prefix(prefix) : nullptr;
+  const L3::VrfName vrfKey(vrfName);
+  anySource(*fwConfigDir, [&](const Pith::String&, const Config::PtrConst& config) {
+    const Vrf::PtrConst vrf = config->enabled() ? config->vrf(vrfKey) : nullptr;
+    const Pith::String* const named = vrf ? vrf->prefix(prefix) : nullptr;
     if (named == nullptr || !isSegmentConfigured(fwConfigDir, vrfName, *named)) return false;
     segment = *named;
     return true;
@@ -116,7 +115,12 @@ Pith::String configuredSegment(const Pith::Ptr<const Kiv::Dir>& fwConfigDir,
 }  // namespace
 
 void VrfSm::reconcile(const Pith::Ptr<FwVrf>& fwVrf) const {
-  Kiv::Deferred steps;
+  reconcileSegments(fwVrf);
+  if (takesVrfWideList()) reconcilePrefixes(fwVrf);
+}
+
+void VrfSm::reconcileSegments(const Pith::Ptr<FwVrf>& fwVrf) const {
+  Kiv::AllSteps steps;
   for (Pith::Ptr<FwSegment> segment : fwVrf->segment()) {
     const Pith::String& name = segment->name();
     if (isSegmentConfigured(fwConfigDir, vrfName, name)) continue;
@@ -124,12 +128,15 @@ void VrfSm::reconcile(const Pith::Ptr<FwVrf>& fwVrf) const {
     unlinkReceivers(fwVrf, *segment, steps);
     steps.run([&] { fwVrf->segmentDel(name); });
   }
-  steps.rethrow();
-  if (!takesVrfWideList()) return;
+}
+
+void VrfSm::reconcilePrefixes(const Pith::Ptr<FwVrf>& fwVrf) const {
+  Kiv::HashSet<Lanx::IpGenPrefix> leftToLists;  // by a source that gives them to no segment
   for (const auto& entry : fwVrf->prefixList()) {
     const Lanx::IpGenPrefix prefix = entry.key;
-    Pith::String segment = getGlobalPrefixSegment(prefix);
-    if (!isSegmentConfigured(fwConfigDir, vrfName, segment)) {
+    const std::optional<Pith::String> named = globalPrefixSegment(prefix);
+    Pith::String segment = named.value_or("");
+    if (!segment.empty() && !isSegmentConfigured(fwConfigDir, vrfName, segment)) {
       segment = configuredSegment(fwConfigDir, vrfName, prefix);
     }
     if (!segment.empty()) {
@@ -138,21 +145,26 @@ void VrfSm::reconcile(const Pith::Ptr<FwVrf>& fwVrf) const {
     } else if (getSegmentForMatchListPrefix(prefix).empty()) {
       TWINLOG_FN(facility, 5, reconcileFn, " Removing prefix: %s", prefix);
       fwVrf->prefixListDel(prefix);
+    } else if (named) {
+      leftToLists.insert(Lanx::IpGenPrefix(prefix));
     }
   }
-  replayGlobalPrefixes(*fwVrf);
+  replayGlobalPrefixes(*fwVrf, leftToLists);
 }
 
-// What is there already stays: it was right just now, and among the sources the first wins.
-void VrfSm::replayGlobalPrefixes(FwVrf& fwVrf) const {
+// What is there already stays, but for those: it was right just now, and among the sources the
+// first wins.
+void VrfSm::replayGlobalPrefixes(FwVrf& fwVrf, Kiv::HashSet<Lanx::IpGenPrefix>& leftToLists) const {
   anySource(*fwConfigDir, [&](const Pith::String& source, const Config::PtrConst& config) {
     const Vrf::PtrConst vrf = config->enabled() ? config->vrf(vrfName) : nullptr;
     if (!vrf) return false;
     for (const auto& entry : vrf->prefix()) {
       const Lanx::IpGenPrefix prefix = entry.key;
       const Pith::String segment = entry.value;
-      if (segment.empty() || fwVrf.prefixListHas(prefix)) continue;
+      if (segment.empty()) continue;
+      if (fwVrf.prefixListHas(prefix) && !leftToLists.has(prefix)) continue;
       if (!isSegmentConfigured(fwConfigDir, vrfName, segment)) continue;
+      leftToLists.erase(prefix);
       TWINLOG_FN(facility, 5, reconcileFn, " Replaying global prefix: %s for source: %s Vrf: %s",
                  prefix, source, vrfName);
       TWINLOG_FN(facility, 5, reconcileFn, " Updating segment for prefix: %s", prefix);
@@ -165,25 +177,27 @@ void VrfSm::replayGlobalPrefixes(FwVrf& fwVrf) const {
 void VrfSm::handleSegment() {
   static constexpr Twinlog::Function fn("void Firewall::VrfSm::handleSegment()");
   TWINLOG_FN(facility, 8, fn, ": ");
-  for (Pith::Ptr<const Segment> segment : inFirewall->segment()) handleSegment(segment->name());
+  if (inFirewall) {
+    for (Pith::Ptr<const Segment> segment : inFirewall->segment()) handleSegment(segment->name());
+  }
   TWINLOG_FN(facility, 7, fn, " return");
 }
 
 void VrfSm::handleSegment(const Pith::String& name) {
   static constexpr Twinlog::Function fn("void Firewall::VrfSm::handleSegment(const String&)");
   TWINLOG_FN(facility, 8, fn, ": %s", name);
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
   ActiveWorkManager::Handle work(activeWorkManager);
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   // Gone, or another one of its name was made in its place.
   const Pith::Ptr<SegmentSM> child = segmentSm(name);
-  if (child && child->attributes().inSegment != inFirewall->segment(name)) {
+  if (child && child->attributes().inSegment != inputSegment(name)) {
     takeDown(child, steps);
   }
-  const Pith::Ptr<const Segment> input = inFirewall->segment(name);
+  const Pith::Ptr<const Segment> input = inputSegment(name);
   const Pith::Ptr<FwSegmentDir> directory = segmentDirectory();
   if (input && directory && !segmentSmHas(name)) {
     if (!vrfName.empty()) steps.run([&] { processGlobalPrefixesForSegment(name); });
@@ -194,11 +208,10 @@ void VrfSm::handleSegment(const Pith::String& name) {
     });
   }
   TWINLOG_FN(facility, 7, fn, " return");
-  steps.run([&] { work.handleDestroyed(); });
-  steps.rethrow();
+  steps.run([&] { work.close(); });
 }
 
-void VrfSm::takeDown(const Pith::Ptr<SegmentSM>& child, Kiv::Deferred& steps) {
+void VrfSm::takeDown(const Pith::Ptr<SegmentSM>& child, Kiv::AllSteps& steps) {
   const Pith::String& name = child->attributes().segmentName;
   steps.run([&] { child->cleanup(); });
   if (segmentSm(name) == child) steps.run([&] { segmentSmDel(name); });
@@ -225,29 +238,29 @@ void VrfSm::handleForwardingSegmentsPolicySupported() {
 
 template <class Visit>
 void VrfSm::eachServiceSideSegment(const Visit& visit) const {
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   for (const Pith::String& each : serviceSideSegment_) {
     // One that is being made is not among the children yet.
     if (const Pith::Ptr<SegmentSM> segment = segmentSm(each)) steps.run([&] { visit(*segment); });
   }
-  steps.rethrow();
 }
 
 void VrfSm::cleanup() {
   static constexpr Twinlog::Function fn("void Firewall::VrfSm::cleanup()");
   TWINLOG_FN(facility, 8, fn, " Vrf:%s", vrfName);
-  if (!initialized_) {
+  if (!isWorking()) {
     TWINLOG_FN(facility, 7, fn, " return ");
     return;
   }
-  initialized_ = false;  // what is taken down does not come back
+  stage_.end();
   ActiveWorkManager::Handle work(activeWorkManager);
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   for (Pith::Ptr<SegmentSM> child : segmentSm()) takeDown(child, steps);
   if (vrfName.empty()) {
     steps.run([&] { outFirewallConfig->l2SegDel(); });
   } else if (isHeldByOtherSource()) {
-    for (const auto& entry : vrfConfig->prefix()) {
+    static const Vrf::prefixCollection none;
+    for (const auto& entry : vrfConfig ? vrfConfig->prefix() : none) {
       const Lanx::IpGenPrefix prefix = entry.key;
       TWINLOG_FN(facility, 5, fn, " Processing global prefix: %s for vrf: %s", prefix, vrfName);
       steps.run([&] { releaseGlobalPrefix(prefix); });
@@ -256,8 +269,7 @@ void VrfSm::cleanup() {
     steps.run([&] { outFirewallConfig->vrfDel(vrfName); });
   }
   TWINLOG_FN(facility, 7, fn, " return");
-  steps.run([&] { work.handleDestroyed(); });
-  steps.rethrow();
+  steps.run([&] { work.close(); });
 }
 
 bool VrfSm::isHeldByOtherSource() const {

@@ -7,11 +7,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "Firewall/ActiveWorkManager.h"
 #include "Firewall/SegmentSM.h"
+#include "Firewall/Stage.h"
+#include "framework/Kiv/AllSteps.h"
 #include "framework/Kiv/Collections.h"
-#include "framework/Kiv/Deferred.h"
 #include "framework/Kiv/Dir.h"
 #include "framework/Kiv/Reactor.h"
 #include "framework/Lanx/Prefix.h"
@@ -28,8 +30,8 @@ class RootSm;
 struct VrfSmAttributes {
   Pith::String vrfName;  // empty for the L2 segment directory
   Pith::Ptr<const Kiv::Dir> fwConfigDir;
-  Pith::Ptr<const Vrf> vrfConfig;  // null for the L2 segment directory
-  Pith::Ptr<const SegmentDir> inFirewall;
+  Pith::Ptr<const Vrf> vrfConfig;          // null for the L2 segment directory
+  Pith::Ptr<const SegmentDir> inFirewall;  // null: no segments
   Pith::Ptr<const Config> inConfig;
   Pith::Ptr<HwConfig> outFirewallConfig;
   Pith::Ptr<const Interface::AllIntfStatusDir> intfStatusDir;
@@ -46,8 +48,7 @@ struct VrfSmAttributes {
 
 class PITH_EXPORT VrfSm final : public Kiv::Reactor<VrfSm, VrfSmAttributes> {
   KIV_REACTOR(VrfSm)
-  KIV_CHILD_REACTORS(SegmentSM, segmentSm, SegmentSmKeyFunktor, Pith::String,
-                     attributes().segmentName)
+  KIV_CHILD_REACTORS(SegmentSM, segmentSm, SegmentSmKeyFunktor, Pith::String)
 
   static constexpr bool cleanupOnDestruction = true;
 
@@ -58,7 +59,9 @@ class PITH_EXPORT VrfSm final : public Kiv::Reactor<VrfSm, VrfSmAttributes> {
                          SegmentSMAttributes{name, std::forward<Args>(args)..., activeWorkManager});
   }
 
-  bool initialized() const noexcept { return initialized_; }
+  bool initialized() const noexcept { return stage_.initialized(); }
+  // From handleInitialized() to cleanup(); otherwise handlers do nothing.
+  bool isWorking() const noexcept { return stage_.isWorking(); }
 
   // Segments without interfaces.
   const Kiv::HashSet<Pith::String>& serviceSideSegment() const noexcept {
@@ -111,12 +114,20 @@ class PITH_EXPORT VrfSm final : public Kiv::Reactor<VrfSm, VrfSmAttributes> {
   explicit VrfSm(VrfSmAttributes attributes);
   void start();
 
+  // The segment as it is configured; null when it is not.
+  Pith::Ptr<const Segment> inputSegment(const Pith::String& name) const {
+    return inFirewall ? inFirewall->segment(name) : nullptr;
+  }
   // The output container of the segments; null while the output is cleared.
   Pith::Ptr<FwSegmentDir> segmentDirectory() const;
   // Brings what an earlier run left in line with the configuration.
   void reconcile(const Pith::Ptr<FwVrf>& fwVrf) const;
-  void replayGlobalPrefixes(FwVrf& fwVrf) const;
-  void takeDown(const Pith::Ptr<SegmentSM>& child, Kiv::Deferred& steps);
+  void reconcileSegments(const Pith::Ptr<FwVrf>& fwVrf) const;
+  void reconcilePrefixes(const Pith::Ptr<FwVrf>& fwVrf) const;
+  void replayGlobalPrefixes(FwVrf& fwVrf, Kiv::HashSet<Lanx::IpGenPrefix>& leftToLists) const;
+  // What the first enabled source with the global prefix names for it; none when no source has it.
+  std::optional<Pith::String> globalPrefixSegment(const Lanx::IpGenPrefix& prefix) const;
+  void takeDown(const Pith::Ptr<SegmentSM>& child, Kiv::AllSteps& steps);
   template <class Visit>
   void eachServiceSideSegment(const Visit& visit) const;
   bool isHeldByOtherSource() const;
@@ -129,7 +140,7 @@ class PITH_EXPORT VrfSm final : public Kiv::Reactor<VrfSm, VrfSmAttributes> {
   Kiv::Subscription<&VrfSm::hwCapabilityDispatch> hwCapabilitySubscription_;
   Kiv::HashMap<Pith::String, std::uint16_t> subcriberSideSegment_;
   Kiv::HashSet<Pith::String> serviceSideSegment_;
-  bool initialized_ = false;
+  Stage stage_;
 };
 
 PITH_EXPORT VrfSm::Ptr vrfSmFactory(Pith::String vrfName, Pith::Ptr<const Kiv::Dir> fwConfigDir,

@@ -4,7 +4,7 @@
 #include "Firewall/Trace.h"
 #include "Firewall/VrfSm.h"
 #include "Firewall/VrfSources.h"
-#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/AllSteps.h"
 #include "framework/Pith/Assert.h"
 
 namespace Firewall {
@@ -17,7 +17,7 @@ void VrfSm::handleGlobalPrefix(const Lanx::IpGenPrefix& prefix) {
   static constexpr Twinlog::Function fn(
       "void Firewall::VrfSm::handleGlobalPrefix(const Lanx::IpGenPrefix&)");
   TWINLOG_FN(facility, 8, fn, " Vrf: %s prefix: %s", vrfName, prefix);
-  if (!initialized_ || !takesVrfWideList()) return;
+  if (!isWorking() || !vrfConfig || !takesVrfWideList()) return;
   if (!outFirewallConfig->vrfHas(vrfName)) return;  // the output was cleared; it does not come back
   if (vrfConfig->prefixHas(prefix)) {
     processGlobalPrefix(vrfConfig, true, prefix);
@@ -28,14 +28,12 @@ void VrfSm::handleGlobalPrefix(const Lanx::IpGenPrefix& prefix) {
 
 void VrfSm::releaseGlobalPrefix(const Lanx::IpGenPrefix& prefix) {
   if (!outFirewallConfig->vrfHas(vrfName)) return;
-  const auto isHeldBy = [&](const Pith::String& /*source*/, const Config::PtrConst& config) {
-    if (config == inConfig || !config->enabled()) return false;
-    const Vrf::PtrConst vrf = config->vrf(vrfName);
-    if (!vrf || !vrf->prefixHas(prefix)) return false;
+  const auto isHeldBy = [&](const Vrf::PtrConst& vrf) {
+    if (!vrf->prefixHas(prefix)) return false;
     processGlobalPrefix(vrf, true, prefix);
     return true;
   };
-  if (!anySource(*fwConfigDir, isHeldBy)) {
+  if (!anyVrfOfOtherSource(*fwConfigDir, *inConfig, vrfName, isHeldBy)) {
     processGlobalPrefix(vrfConfig, inConfig->enabled(), prefix);
   }
 }
@@ -72,14 +70,13 @@ void VrfSm::processGlobalPrefixesForSegment(const Pith::String& segmentName) {
              segmentName, vrfName, inConfig->name());
   const Pith::Ptr<FwVrf> fwVrf = outFirewallConfig->vrf(vrfName);
   PITH_ASSERT_TEXT(fwVrf, "fwVrf && \" fwVrf not found\"");
-  Kiv::Deferred steps;
+  Kiv::AllSteps steps;
   anyVrfOfSources(*fwConfigDir, vrfName, [&](const auto& /*config*/, const auto& vrf) {
     for (const Lanx::IpGenPrefix& prefix : vrf->prefixesNaming(segmentName)) {
       steps.run([&] { processGlobalPrefix(vrf, true, prefix); });
     }
     return false;
   });
-  steps.rethrow();
 }
 
 void VrfSm::updateOrRemoveGlobalPrefix(const Lanx::IpGenPrefix& prefix,
@@ -109,7 +106,11 @@ Pith::String VrfSm::getSegmentForMatchListPrefix(const Lanx::IpGenPrefix& prefix
 }
 
 Pith::String VrfSm::getGlobalPrefixSegment(const Lanx::IpGenPrefix& prefix) const {
-  Pith::String segment;
+  return globalPrefixSegment(prefix).value_or("");
+}
+
+std::optional<Pith::String> VrfSm::globalPrefixSegment(const Lanx::IpGenPrefix& prefix) const {
+  std::optional<Pith::String> segment;
   anyVrfOfSources(*fwConfigDir, vrfName, [&](const auto& config, const auto& vrf) {
     if (!config->enabled()) return false;
     const Pith::String* const named = vrf->prefix(prefix);

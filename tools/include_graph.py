@@ -6,10 +6,11 @@
 
 Both fail, with one line for each fault, when
   - a folder includes one of a floor above its own, or one that it must not know,
+  - a room of a layered folder includes one that comes after it, or has no place in the order,
   - files or folders include each other in a circle,
   - an include in quotes does not name a file from the top of the tree,
   - an include in angle brackets is not a header of the C++ standard library or of the compiler; a
-    source, but no header, may include the operating system's.
+    source, but no header, may include the operating system's. (A program may include any.)
 
 The picture has a node for each folder. An arrow that follows from others is left out.
 """
@@ -20,7 +21,19 @@ import re
 import sys
 
 # Lowest floor first. A folder may include its own floor and those below.
-FLOORS = ["framework", "model", "AppRecognition", "Firewall"]
+FLOORS = ["framework", "model", "AppRecognition", "Firewall", "agent"]
+
+# The floors whose folders are rooms of their own, in any order.
+ROOMS = ["framework", "model"]
+
+# The floors whose folders are layers, lowest first: a room may include itself and those before it. "."
+# are the files that are in no folder of the floor.
+LAYERS = {
+    "agent": ["Document", "Schema", "Store", "View", "Process", "Server", "Command", "."],
+}
+
+# The floors that may stand on more than the standard library.
+PROGRAMS = ["agent"]
 
 # Within a floor: who must not know whom.
 STRANGERS = {
@@ -40,9 +53,20 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
 
 
 def folder_of(path):
-    """The node of a file: "framework/Pith", "model/Acl", "Firewall"."""
+    """The node of a file: "framework/Pith", "agent/View", "Firewall"."""
     parts = pathlib.PurePosixPath(path).parent.parts
-    return "/".join(parts[:2] if parts[0] in ("framework", "model") else parts[:1])
+    return "/".join(parts[:2] if parts[0] in ROOMS or parts[0] in LAYERS else parts[:1])
+
+
+def floor_of(path):
+    return path.split("/")[0]
+
+
+def layer_of(folder):
+    """The place of a folder in the order of its floor; None where the floor has no order."""
+    order = LAYERS.get(floor_of(folder))
+    room = folder.partition("/")[2] or "."
+    return None if order is None else order.index(room) if room in order else -1
 
 
 def read_includes(root):
@@ -50,9 +74,9 @@ def read_includes(root):
     includes = {}
     for floor in FLOORS:
         for path in sorted(root.glob(f"{floor}/**/*")):
-            if path.suffix in (".h", ".cpp"):
+            if path.name.endswith((".h", ".cpp", ".h.in")):
                 found = INCLUDE.findall(path.read_text(encoding="utf-8"))
-                name = path.relative_to(root).as_posix()
+                name = path.relative_to(root).as_posix().removesuffix(".in")
                 includes[name] = ([own for own, _ in found if own], [std for _, std in found if std])
     return includes
 
@@ -90,21 +114,34 @@ def find_circle(edges):
     return None
 
 
+def find_layer_faults(includes):
+    faults = [f"{folder}: has no place in the order of {floor_of(folder)} (LAYERS)"
+              for folder in sorted({folder_of(name) for name in includes}) if layer_of(folder) == -1]
+    for name, (own, _) in includes.items():
+        floor = floor_of(name)
+        for target in own:
+            if target not in includes or floor_of(target) != floor or floor not in LAYERS:
+                continue
+            if layer_of(folder_of(target)) > layer_of(folder_of(name)) >= 0:
+                faults.append(f"{name}: includes {target}, which comes after it in the order of {floor}")
+    return faults
+
+
 def find_faults(includes):
-    faults = []
+    faults = find_layer_faults(includes)
     for name, (own, standard) in includes.items():
         folder = folder_of(name)
-        floor = FLOORS.index(folder.split("/")[0])
+        floor = FLOORS.index(floor_of(name))
         for target in own:
             if target not in includes:
                 faults.append(f'{name}: "{target}" is no file from the top of the tree')
                 continue
-            if FLOORS.index(target.split("/")[0]) > floor:
+            if FLOORS.index(floor_of(target)) > floor:
                 faults.append(f"{name}: includes {target}, which is on a floor above")
             if folder_of(target) in STRANGERS.get(folder, ()):
                 faults.append(f"{name}: includes {target}, which {folder} must not know")
         for header in standard:
-            allowed = STANDARD.fullmatch(header) or (
+            allowed = floor_of(name) in PROGRAMS or STANDARD.fullmatch(header) or (
                 name.endswith(".cpp") and SYSTEM.fullmatch(header))
             if not allowed:
                 faults.append(f"{name}: <{header}> is not of the C++ standard library")
@@ -132,6 +169,12 @@ def without_implied(edges):
     }
 
 
+def node_id(node, edges):
+    """What a node is called in the picture, where a floor with rooms has its own name already."""
+    has_rooms = any(other.startswith(node + "/") for other in edges)
+    return node.replace("/", "_") + ("_" if has_rooms else "")
+
+
 def draw(edges):
     """The picture, as Markdown with a Mermaid flow chart."""
     lines = ["```mermaid", "flowchart TD"]
@@ -139,12 +182,13 @@ def draw(edges):
         rooms = sorted(node for node in edges if node.startswith(floor + "/"))
         if rooms:
             lines.append(f"  subgraph {floor}")
-            lines += [f'    {room.replace("/", "_")}["{room.split("/")[1]}"]' for room in rooms]
+            lines += [f'    {node_id(room, edges)}["{room.split("/")[1]}"]' for room in rooms]
             lines.append("  end")
         if floor in edges:
-            lines.append(f'  {floor}_["{floor}"]' if rooms else f"  {floor}")
+            name = node_id(floor, edges)
+            lines.append(f"  {floor}" if name == floor else f'  {name}["{floor}"]')
     for node, targets in sorted(without_implied(edges).items()):
-        lines += [f'  {node.replace("/", "_")} --> {target.replace("/", "_")}' for target in targets]
+        lines += [f"  {node_id(node, edges)} --> {node_id(target, edges)}" for target in targets]
     return "\n".join(lines + ["```"]) + "\n"
 
 

@@ -3,12 +3,14 @@
 
     tools/mutate.py --count 400     # a sample of 400 faults; without it, all
     tools/mutate.py --file VrfSm.cpp
+    tools/mutate.py --kind "trace moved"
     tools/mutate.py --survivors     # those that nobody noticed once more, after the tests got better
     tools/mutate.py --report        # what was found so far
     tools/mutate.py --list          # what can be planted
 
-A fault turns a condition, drops a statement or a jump, swaps two statements or changes a constant. Traces and
-assertions are left alone: they do not change the tables. All faults are compiled at once into a copy of the
+A fault turns a condition, drops a statement or a jump, swaps two statements, changes a constant or moves a trace
+to the other side of a write beside it. Otherwise traces and assertions are left alone: they do not change the
+tables. All faults are compiled at once into a copy of the
 tree in build/mutation, each behind a test of its number, which FIREWALL_MUTANT chooses when a program starts:
 so a fault costs one run of the tests, and none a compilation. What cannot be compiled that way is left out.
 
@@ -62,6 +64,8 @@ constexpr bool is(int number) { return std::is_constant_evaluated() ? false : ch
 
 TURNED = {"&&": "||", "||": "&&", "==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">"}
 IGNORED = re.compile(r"TWINLOG|PITH_ASSERT|fmtrace|static_assert|KIV_|FIREWALL_LIST")
+TRACE = re.compile(r"TWINLOG|Pith::fmtrace")
+WRITE = re.compile(r"(Is|Del|DelAll|Inc)\(")
 # Does nothing but take memory in advance.
 HARMLESS = re.compile(r"\breserve\(|^\(?void\)|^static_cast<void>")
 JUMPS = {Kind.RETURN_STMT, Kind.CONTINUE_STMT, Kind.BREAK_STMT}
@@ -94,7 +98,7 @@ class Source:
     def add(self, start, end, kind, after, *sites):
         """A fault that changes the text from start to end; sites are (start, end, make)."""
         text = self.text(start, end)
-        if start < end and not IGNORED.match(text):
+        if start < end and (kind == "trace moved" or not IGNORED.match(text)):
             fault = Fault(self.path.name, self.line(start), kind, " ".join(text.split()), " ".join(after.split()))
             self.faults.setdefault(fault, [Site(*site) for site in sites])
 
@@ -105,6 +109,34 @@ def extent(cursor):
 
 def instead_of(statement):
     return lambda n, inner: f"(::Mutation::is({n}) ? static_cast<void>({statement}) : static_cast<void>({inner}))"
+
+
+def add_moved_trace(source, first, second, is_statement):
+    """A trace beside what writes, moved to its other side."""
+    (a, b), (c, d) = extent(first), extent(second)
+    texts = source.text(a, b), source.text(c, d)
+    is_trace = [bool(TRACE.match(text)) for text in texts]
+    if is_trace[0] == is_trace[1]:
+        return
+    trace, other = texts if is_trace[0] else reversed(texts)
+    beside = second if is_trace[0] else first
+    calls = is_statement(beside) and other.endswith(")") and "rethrow" not in other
+    if not calls and not WRITE.search(other):
+        return
+    if beside.kind == Kind.DECL_STMT:
+        if is_trace[0]:
+            source.add(a, d, "trace moved", f"{other} {trace};",
+                       (a, b, lambda n, inner: f"if (!::Mutation::is({n})) {inner}"),
+                       (d, d, lambda n, inner: f" if (::Mutation::is({n})) {trace};"))
+        return
+    def instead(replaced, other_text):
+        # Faults of other kinds plant expressions in one another.
+        if replaced.kind.is_expression():
+            return instead_of(f"({{ {other_text}; }})")
+        return lambda n, inner: f"if (::Mutation::is({n})) {{ {other_text}; }} else {inner}"
+
+    source.add(a, d, "trace moved", f"{texts[1]}; {texts[0]};",
+               (a, b, instead(first, texts[1])), (c, d, instead(second, texts[0])))
 
 
 def visit(cursor, parents, source):
@@ -166,6 +198,7 @@ def visit(cursor, parents, source):
         replace(start, end, "statement dropped", "nothing", instead_of("0"))
     if kind == Kind.COMPOUND_STMT:
         for first, second in zip(children, children[1:]):
+            add_moved_trace(source, first, second, is_statement)
             if is_statement(first) and is_statement(second):
                 (a, b), (c, d) = extent(first), extent(second)
                 source.add(a, d, "order swapped", f"{source.text(c, d)}; {source.text(a, b)};",
@@ -385,6 +418,7 @@ def main():
     parser.add_argument("--seed", type=int, default=1, help="of the sample")
     parser.add_argument("--jobs", type=int, default=1, help="tests that run at a time")
     parser.add_argument("--file", help="only faults in this file of Firewall/")
+    parser.add_argument("--kind", help="only faults of this kind, 'trace moved' say")
     parser.add_argument("--survivors", action="store_true", help="try the survivors again")
     parser.add_argument("--list", action="store_true", help="show what can be planted")
     parser.add_argument("--report", action="store_true", help="show what was found so far")
@@ -392,7 +426,8 @@ def main():
 
     faults = find_sites()
     numbers = {fault: number for number, fault in enumerate(sorted(faults), 1)}
-    wanted = [fault for fault in sorted(faults) if arguments.file in (None, fault.file)]
+    wanted = [fault for fault in sorted(faults)
+              if arguments.file in (None, fault.file) and arguments.kind in (None, fault.kind)]
     if arguments.list:
         for fault in wanted:
             print(numbers[fault], *fault, sep=" | ")
@@ -401,7 +436,7 @@ def main():
     if arguments.report:
         report(results)
         return
-    left_out = build_planted(faults, numbers)
+    left_out = build_planted({fault: faults[fault] for fault in wanted}, numbers)
     wanted = [fault for fault in wanted if fault not in left_out]
     if arguments.survivors:
         wanted = [fault for fault in wanted if results.get(fault) == "survived"]

@@ -1,47 +1,39 @@
-// The commands. Each returns the status to exit with (Common.h).
+// The commands of the program, in the order in which they are told.
+//
+// Each line stands for a function in a file of its own, Command checkCommand() in CheckCommand.cpp,
+// or for one that makes several.
 #pragma once
 
-#include <string>
 #include <vector>
 
-#include "agent/Process/Common.h"
+#include "agent/Command/Command.h"
+
+#define FWAGENT_COMMANDS(COMMAND, COMMANDS)                      \
+  COMMAND(check)                                                 \
+  COMMAND(compile)                                               \
+  COMMAND(diff)                                                  \
+  COMMAND(explain)                                               \
+  COMMAND(trace)                                                 \
+  COMMAND(run)                                                   \
+  COMMANDS(question) /* those that ask it: Server/Questions.h */ \
+  COMMAND(generate)
 
 namespace Agent {
 
-using Files = std::vector<std::string>;
+#define FWAGENT_DECLARE_COMMAND(name) Command name##Command();
+#define FWAGENT_DECLARE_COMMANDS(name) std::vector<Command> name##Commands();
+FWAGENT_COMMANDS(FWAGENT_DECLARE_COMMAND, FWAGENT_DECLARE_COMMANDS)
+#undef FWAGENT_DECLARE_COMMAND
+#undef FWAGENT_DECLARE_COMMANDS
 
-int checkCommand(const CommonOptions& options, const Files& files);
+// The program itself, as a command with the others below it and the options that all of them take.
+Command program();
+// Which every command has, and the parser answers: the help of one, and of all.
+std::vector<Option> helpOptions();
+CommonOptions commonOptionsOf(const Arguments& given);
 
-enum class Format { text, json, yaml };
-int compileCommand(const CommonOptions& options, const Files& files, Format format,
-                   const std::string& output);
-
-// Old and new are a file or directory each.
-int diffCommand(const CommonOptions& options, const std::string& before, const std::string& after,
-                Format format, bool exitCode);
-
-// answerIsNo when there is no such thing. `in` is a policy or a VRF.
-enum class Explained { rule, hardwareRule, prefix, segment };
-int explainCommand(const CommonOptions& options, const Files& files, Explained what,
-                   const std::string& in, const std::string& which);
-
-// A packet as it was written; ports empty when they were not given.
-struct TracedPacket {
-  std::string vrf = "default";
-  std::string in;  // INTF or INTF:VLAN
-  std::string source;
-  std::string destination;
-  std::string protocol;
-  std::string sourcePort;
-  std::string destinationPort;
-  std::string expect;  // permit or drop
-};
-int traceCommand(const CommonOptions& options, const Files& files, const TracedPacket& given);
-
-// Stays until SIGTERM or SIGINT; reads the files again at SIGHUP and, with `watch`, when they
-// change.
-int runCommand(const CommonOptions& options, const Files& files, bool watch);
-// Asks the running agent.
-int askCommand(const CommonOptions& options, const std::vector<std::string>& words);
+// What its exit statuses mean, in a line.
+inline constexpr const char* exitStatusText =
+    "0 done; 1 the answer is no; 2 wrong usage or refused configuration; 3 I/O or no agent.";
 
 }  // namespace Agent

@@ -8,13 +8,16 @@
 #include <optional>
 
 #include "agent/Command/Commands.h"
-#include "agent/Server/Agent.h"
+#include "agent/Process/ExitStatus.h"
+#include "agent/Process/Output.h"
+#include "agent/Server/Questions.h"
+#include "agent/Server/RunningConfiguration.h"
 #include "agent/Server/Watch.h"
 
 namespace Agent {
 namespace {
 
-// The signals that the agent waits for, as something to poll.
+// The signals that it waits for, as something to poll.
 class Signals {
  public:
   Signals() {
@@ -41,57 +44,52 @@ class Signals {
   int descriptor_;
 };
 
-std::string socketPathOf(const CommonOptions& options) {
-  return options.socket.empty() ? defaultSocketPath() : options.socket;
-}
-
-}  // namespace
-
-int runCommand(const CommonOptions& options, const Files& files, bool watch) {
+int run(const CommonOptions& options, const Arguments& given) {
+  const std::vector<std::string>& files = given.texts("FILE");
+  const std::string path = socketPath(given.text("--socket"));
   const Signals signals;  // before the files are read: none is missed
   std::string why;
-  const Listener listener(socketPathOf(options), why);
+  const Listener listener(path, why);
   if (listener.descriptor() < 0) return fail(unreachable, why);
   std::optional<FileWatch> changes;
-  if (watch) changes.emplace(files, why);
+  if (given.flag("--watch")) changes.emplace(files, why);
   if (!why.empty()) return fail(unreachable, why);
-  RunningAgent agent(files, options);
-  if (const int status = agent.begin(); status != done) return status;
-  std::cerr << "fwagent: ready at " + socketPathOf(options) + "\n" << std::flush;
+  RunningConfiguration running(files, options);
+  if (const int status = running.begin(); status != done) return status;
+  std::cerr << "fwagent: ready at " + path + "\n" << std::flush;
 
   constexpr int settleMilliseconds = 20;  // several files of one change are one commit
   bool isChanged = false;
   while (true) {
-    std::array<pollfd, 3> files3{{{signals.descriptor(), POLLIN, 0},
+    std::array<pollfd, 3> waited{{{signals.descriptor(), POLLIN, 0},
                                   {listener.descriptor(), POLLIN, 0},
                                   {changes ? changes->descriptor() : -1, POLLIN, 0}}};
-    const int ready = ::poll(files3.data(), files3.size(), isChanged ? settleMilliseconds : -1);
+    const int ready = ::poll(waited.data(), waited.size(), isChanged ? settleMilliseconds : -1);
     if (ready == 0 && isChanged) {
       isChanged = false;
-      agent.commit();
+      running.commit();
     }
     if (ready <= 0) continue;
-    if (changes && files3[2].revents != 0) isChanged = changes->changed() || isChanged;
+    if (changes && waited[2].revents != 0) isChanged = changes->changed() || isChanged;
     for (int number = signals.next(); number != 0; number = signals.next()) {
       if (number != SIGHUP) return done;
-      agent.commit();
+      running.commit();
     }
-    if (files3[1].revents != 0) {
-      listener.answer([&agent](const Words& words) { return agent.answer(words); });
+    if (waited[1].revents != 0) {
+      listener.answer([&running](const Words& words) { return answerTo(running, words); });
     }
   }
 }
 
-int askCommand(const CommonOptions& options, const std::vector<std::string>& words) {
-  std::string why;
-  const auto answer = ask(socketPathOf(options), words, why);
-  if (!answer) return fail(unreachable, why);
-  if (answer->status == refused) {
-    std::cerr << "fwagent: " << answer->text;
-    return refused;
-  }
-  const int written = writeOutput(answer->text, {});
-  return written == done ? answer->status : written;
+}  // namespace
+
+Command runCommand() {
+  return {.name = "run",
+          .summary = "stays up: commits the files again at SIGHUP, ends at SIGTERM",
+          .example = "run --watch examples/campus",
+          .options = {filesArgument(), Option::flag("--watch", "commit whenever a file changes"),
+                      socketOption()},
+          .run = run};
 }
 
 }  // namespace Agent

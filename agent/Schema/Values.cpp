@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "agent/Document/Diagnostics.h"
 #include "framework/Lanx/IntfId.h"
 #include "framework/Lanx/IpAddr.h"
 #include "framework/Lanx/IpAddrWithMask.h"
@@ -224,6 +225,12 @@ std::string wantedText(const Kiv::ValueData& data) {
     default:
       return std::string(valueTypeOf(data).wanted);
   }
+}
+
+std::string wrongText(const Kiv::ValueData& data, std::string_view text) {
+  std::string canonical;
+  if (canonicalText(data, text, canonical)) return {};
+  return inQuotes(text) + " is not " + wantedText(data);
 }
 
 std::string defaultText(const Kiv::ValueData& data) {

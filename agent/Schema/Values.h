@@ -36,6 +36,8 @@ const ValueType& valueTypeOf(const Kiv::ValueData& data);
 // what would be right, when it is not one.
 bool canonicalText(const Kiv::ValueData& data, std::string_view text, std::string& out);
 std::string wantedText(const Kiv::ValueData& data);
+// The two in one: `"x" is not a prefix such as ...`; empty when it is one.
+std::string wrongText(const Kiv::ValueData& data, std::string_view text);
 // What the store holds before anything was written: also of records.
 std::string defaultText(const Kiv::ValueData& data);
 

@@ -9,6 +9,7 @@
 
 #include "Firewall/RuleId.h"
 #include "agent/Document/Count.h"
+#include "agent/Document/Lookup.h"
 #include "agent/Schema/Claims.h"
 #include "agent/Schema/DocumentPath.h"
 #include "agent/Schema/Expansion.h"
@@ -22,18 +23,6 @@ namespace {
 using Names = std::unordered_set<std::string_view>;
 
 constexpr std::string_view forwardingSegments = "forwarding-segments";
-
-const Node& nothing() {
-  static const Node none{Node::Kind::mapping, {}, {}, {}};
-  return none;
-}
-
-const Node& at(const Node& node, std::string_view name) {
-  const Node* const found = node.find(name);
-  return found == nullptr ? nothing() : *found;
-}
-
-std::string_view textAt(const Node& node, std::string_view name) { return at(node, name).text; }
 
 Names namesOf(const Node& mapping) {
   Names names;
@@ -57,24 +46,25 @@ class Warner {
       : root_(root),
         limits_(limits),
         diagnostics_(diagnostics),
-        switch_(at(root, switchPart)),
-        vrfs_(namesOf(at(switch_, "vrf"))),
-        interfaces_(namesOf(at(switch_, "intfStatus"))),
-        applications_(namesOf(at(root, "app"))),
-        expandsRules_(textAt(at(switch_, "hwCapability"), "serviceRuleSupported") != "true"),
-        hasGlobalList_(textAt(at(switch_, "hwCapability"), "globalPrefixListSupported") == "true") {
+        switch_(below(root, switchPart)),
+        vrfs_(namesOf(below(switch_, "vrf"))),
+        interfaces_(namesOf(below(switch_, "intfStatus"))),
+        applications_(namesOf(below(root, "app"))),
+        expandsRules_(textBelow(below(switch_, "hwCapability"), "serviceRuleSupported") != "true"),
+        hasGlobalList_(textBelow(below(switch_, "hwCapability"), "globalPrefixListSupported") ==
+                       "true") {
     vrfs_.insert("default");
-    for (const Member& intf : at(switch_, "ipIntfStatus").members) {
+    for (const Member& intf : below(switch_, "ipIntfStatus").members) {
       routedIn_.emplace(intf.key.text, intf.value.text);
     }
-    for (const Member& source : at(root, "source").members) {
-      const Names policies = namesOf(at(source.value, "policy"));
+    for (const Member& source : below(root, "source").members) {
+      const Names policies = namesOf(below(source.value, "policy"));
       policies_.insert(policies.begin(), policies.end());
-      for (const Member& vrf : at(source.value, "vrf").members) {
-        const Names segments = namesOf(at(vrf.value, "segment"));
+      for (const Member& vrf : below(source.value, "vrf").members) {
+        const Names segments = namesOf(below(vrf.value, "segment"));
         segments_[vrf.key.text].insert(segments.begin(), segments.end());
       }
-      const Names l2 = namesOf(at(at(source.value, "l2SegmentDir"), "segment"));
+      const Names l2 = namesOf(below(below(source.value, "l2SegmentDir"), "segment"));
       l2Segments_.insert(l2.begin(), l2.end());
     }
   }
@@ -84,29 +74,29 @@ class Warner {
     applications();
     const DocumentPath::Step step(path_, "source");
     const Member* l2Holder = nullptr;
-    for (const Member& source : at(root_, "source").members) {
+    for (const Member& source : below(root_, "source").members) {
       const DocumentPath::Step inSource(path_, source.key.text);
       if (source.value.find("enabled") == nullptr) {
         tell(source.key,
              "is not enabled, so nothing of it reaches the hardware; \"enabled: true\" "
              "enables it, \"enabled: false\" says that this is meant");
       }
-      policies(at(source.value, "policy"));
-      classMaps_ = &at(source.value, "classMap");
+      policies(below(source.value, "policy"));
+      classMaps_ = &below(source.value, "classMap");
       {
         const DocumentPath::Step inVrfs(path_, "vrf");
-        for (const Member& each : at(source.value, "vrf").members) vrf(each);
+        for (const Member& each : below(source.value, "vrf").members) vrf(each);
       }
       if (const Node* const directory = source.value.find("l2SegmentDir")) {
         const DocumentPath::Step inDirectory(path_, "l2SegmentDir");
-        if (l2Holder != nullptr && textAt(source.value, "enabled") == "true" &&
-            textAt(l2Holder->value, "enabled") == "true") {
+        if (l2Holder != nullptr && textBelow(source.value, "enabled") == "true" &&
+            textBelow(l2Holder->value, "enabled") == "true") {
           tell(*directory, "the source " + inQuotes(l2Holder->key.text) +
                                " holds the L2 directory too; the one that is enabled last has it "
                                "alone");
         }
         l2Holder = &source;
-        segments(at(*directory, "segment"), l2Segments_, {});
+        segments(below(*directory, "segment"), l2Segments_, {});
       }
     }
     claims();
@@ -120,13 +110,14 @@ class Warner {
   // A port set holds one range for each port that ranges start at, and where the hardware wants
   // blocks, those that ranges are split into.
   void portSets() {
-    const bool asBlocks = textAt(at(switch_, "hwCapability"), "portRangeBlocksRequired") == "true";
+    const bool asBlocks =
+        textBelow(below(switch_, "hwCapability"), "portRangeBlocksRequired") == "true";
     const DocumentPath::Step step(path_, "fieldSetL4Port");
-    for (const Member& set : at(root_, "fieldSetL4Port").members) {
+    for (const Member& set : below(root_, "fieldSetL4Port").members) {
       const DocumentPath::Step inSet(path_, set.key.text);
       const DocumentPath::Step inPorts(path_, "ports");
       std::unordered_map<std::uint16_t, std::string_view> starts;
-      for (const Member& range : at(at(set.value, "subConfig"), "ports").members) {
+      for (const Member& range : below(below(set.value, "subConfig"), "ports").members) {
         const DocumentPath::Step inRange(path_, range.key.text);
         const auto ports = Classification::PortRange::parse(range.key.text);
         std::vector<std::uint16_t> mine{ports.start};
@@ -154,8 +145,8 @@ class Warner {
 
   // Ports are looked at where the protocol is TCP or UDP, by its own number.
   static bool carriesPorts(const Node& application) {
-    const auto& protocols = at(application, "proto").members;
-    const unsigned first = textAt(application, "af") == "ipv4" ? 1 : 0;
+    const auto& protocols = below(application, "proto").members;
+    const unsigned first = textBelow(application, "af") == "ipv4" ? 1 : 0;
     return std::any_of(protocols.begin(), protocols.end(), [first](const Member& member) {
       const auto range = Classification::ProtocolRange::parse(member.key.text);
       const auto holds = [&range](unsigned number) {
@@ -166,10 +157,10 @@ class Warner {
   }
 
   void applications() {
-    const Names ports = namesOf(at(root_, "fieldSetL4Port"));
-    const Names prefixes = namesOf(at(root_, "fieldSetIpPrefix"));
+    const Names ports = namesOf(below(root_, "fieldSetL4Port"));
+    const Names prefixes = namesOf(below(root_, "fieldSetIpPrefix"));
     const DocumentPath::Step step(path_, "app");
-    for (const Member& app : at(root_, "app").members) {
+    for (const Member& app : below(root_, "app").members) {
       const DocumentPath::Step inApp(path_, app.key.text);
       for (const Member& field : app.value.members) {
         const bool isPorts = field.key.text.find("PortFieldSet") != std::string_view::npos;
@@ -196,7 +187,7 @@ class Warner {
     for (const Member& policy : policies.members) {
       const DocumentPath::Step inPolicy(path_, policy.key.text);
       const DocumentPath::Step inRules(path_, "rule");
-      for (const Member& each : at(policy.value, "rule").members) {
+      for (const Member& each : below(policy.value, "rule").members) {
         const DocumentPath::Step inRule(path_, each.key.text);
         rule(each);
       }
@@ -204,7 +195,7 @@ class Warner {
   }
 
   void rule(const Member& rule) {
-    const Node& service = at(rule.value, "service");
+    const Node& service = below(rule.value, "service");
     if (applications_.count(service.text) == 0) {
       tell(service, "no application " + inQuotes(service.text) +
                         ", so the rule makes no hardware rule" +
@@ -229,9 +220,9 @@ class Warner {
       tell(rule.key, "becomes " + grouped(expansion.rules()) + " hardware rules" + lost + ": " +
                          expansion.arithmetic());
     }
-    const std::string_view nexthop = textAt(rule.value, "nexthop");
-    if (textAt(rule.value, "action") == "redirect" && (nexthop.empty() || nexthop == "none")) {
-      tell(at(rule.value, "action"), "redirects without a nexthop to send to");
+    const std::string_view nexthop = textBelow(rule.value, "nexthop");
+    if (textBelow(rule.value, "action") == "redirect" && (nexthop.empty() || nexthop == "none")) {
+      tell(below(rule.value, "action"), "redirects without a nexthop to send to");
     }
   }
 
@@ -248,9 +239,9 @@ class Warner {
                         ", so nothing of it reaches the hardware" + meant(vrf.key.text, vrfs_));
     }
     const Names& known = segments_[vrf.key.text];
-    segments(at(vrf.value, "segment"), known, vrf.key.text);
+    segments(below(vrf.value, "segment"), known, vrf.key.text);
     const DocumentPath::Step inPrefixes(path_, "prefix");
-    for (const Member& prefix : at(vrf.value, "prefix").members) {
+    for (const Member& prefix : below(vrf.value, "prefix").members) {
       if (!isMissing(known, prefix.value.text)) continue;
       const DocumentPath::Step inPrefix(path_, prefix.key.text);
       tell(prefix.value, "no segment " + inQuotes(prefix.value.text) + " in the VRF" +
@@ -270,7 +261,7 @@ class Warner {
   }
 
   void links(const Node& segment, const Names& known) {
-    for (const Member& from : at(segment, "policy").members) {
+    for (const Member& from : below(segment, "policy").members) {
       const DocumentPath::Step inPolicy(path_, "policy");
       const DocumentPath::Step inFrom(path_, from.key.text);
       if (from.key.text != forwardingSegments && isMissing(known, from.key.text)) {
@@ -304,7 +295,7 @@ class Warner {
                                     : isIpv4 ? "prefixList"
                                              : "ipv6PrefixList";
       const DocumentPath::Step inField(path_, field);
-      const Node& all = at(root_, part);
+      const Node& all = below(root_, part);
       const Node* const list = all.find(name);
       if (list == nullptr) {
         tell(*source, "no list " + inQuotes(name) + " in " + std::string(part) +
@@ -316,10 +307,10 @@ class Warner {
   }
 
   void interfaces(const Node& segment, std::string_view vrf) {
-    const std::string_view className = textAt(segment, "className");
+    const std::string_view className = textBelow(segment, "className");
     if (className.empty()) return;
     const DocumentPath::Step inField(path_, interfacesField);
-    for (const Member& intf : at(at(*classMaps_, className), "intfVlanData").members) {
+    for (const Member& intf : below(below(*classMaps_, className), "intfVlanData").members) {
       const DocumentPath::Step inIntf(path_, intf.key.text);
       if (interfaces_.count(intf.key.text) == 0) {
         tell(intf.key, "the switch has no interface " + inQuotes(intf.key.text) +
@@ -349,10 +340,10 @@ class Warner {
       if (isNew) doubles_.push_back({prefix, &source, first, vrf, 0});
       ++doubles_[entry->second].count;
     };
-    for (const Member& subnet : at(list, "subnets").members) one(subnet.key.text);
+    for (const Member& subnet : below(list, "subnets").members) one(subnet.key.text);
     for (const char* entries : {"prefixEntry", "ipv6PrefixEntry"}) {
-      for (const Member& entry : at(list, entries).members) {
-        if (textAt(entry.value, "action") == "permit") one(textAt(entry.value, "prefix"));
+      for (const Member& entry : below(list, entries).members) {
+        if (textBelow(entry.value, "action") == "permit") one(textBelow(entry.value, "prefix"));
       }
     }
   }
@@ -389,15 +380,16 @@ class Warner {
   }
 
   std::size_t sourcesWith(std::string_view vrf) const {
-    const auto& sources = at(root_, "source").members;
+    const auto& sources = below(root_, "source").members;
     return static_cast<std::size_t>(std::count_if(
         sources.begin(), sources.end(),
-        [vrf](const Member& source) { return at(source.value, "vrf").find(vrf) != nullptr; }));
+        [vrf](const Member& source) { return below(source.value, "vrf").find(vrf) != nullptr; }));
   }
 
   std::string_view globalOwner(std::string_view vrf, std::string_view prefix) const {
-    for (const Member& source : at(root_, "source").members) {
-      const std::string_view owner = textAt(at(at(at(source.value, "vrf"), vrf), "prefix"), prefix);
+    for (const Member& source : below(root_, "source").members) {
+      const std::string_view owner =
+          textBelow(below(below(below(source.value, "vrf"), vrf), "prefix"), prefix);
       if (!owner.empty()) return owner;
     }
     return {};
@@ -419,7 +411,7 @@ class Warner {
   std::unordered_map<std::string_view, Claims> claims_;              // by VRF
   std::unordered_map<const Node*, std::string> claimPaths_;          // by the list source
   std::vector<Double> doubles_;
-  const Node* classMaps_ = &nothing();
+  const Node* classMaps_ = &absent();
   bool expandsRules_;
   bool hasGlobalList_;
 };

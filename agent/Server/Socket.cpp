@@ -66,7 +66,8 @@ bool receiveAll(int descriptor, std::size_t most, std::string& bytes) {
 
 }  // namespace
 
-std::string defaultSocketPath() {
+std::string socketPath(const std::string& given) {
+  if (!given.empty()) return given;
   const char* const folder = std::getenv("XDG_RUNTIME_DIR");
   if (folder != nullptr && *folder != '\0') return std::string(folder) + "/fwagent.sock";
   return "/tmp/fwagent-" + std::to_string(::getuid()) + ".sock";
@@ -127,7 +128,7 @@ void Listener::answer(const std::function<Answer(const Words&)>& answerOf) const
   ::close(connection);
 }
 
-std::optional<Answer> ask(const std::string& path, const Words& words, std::string& why) {
+std::optional<Answer> askAt(const std::string& path, const Words& words, std::string& why) {
   sockaddr_un address{};
   const int descriptor = socketFor(path, address, why);
   if (descriptor < 0) return std::nullopt;

@@ -1,7 +1,9 @@
 // One question and one answer between a command and the running agent, over a Unix socket.
 //
-//   agent:    Listener listener(path, why);  ...  listener.answer([](words) { return Answer{...};
-//   }); command:  const std::optional<Answer> answer = ask(path, {"show", "stats"}, why);
+//   Listener listener(path, why);                                 // in the agent
+//   listener.answer([](const Words& words) { return Answer{done, "..."}; });
+//
+//   const auto answer = askAt(path, {"show", "stats"}, why);      // in the command
 //
 // The socket belongs to the user who runs the agent, and nobody else may connect. A question is the
 // words, each ended by a byte 0, and the end of what is sent; an answer the status in a line, then
@@ -18,12 +20,13 @@ namespace Agent {
 using Words = std::vector<std::string>;
 
 struct Answer {
-  int status;  // Common.h; the command exits with it
+  int status;  // ExitStatus.h; the command exits with it
   std::string text;
 };
 
-// Where the agent listens unless it is told otherwise: in the user's run-time folder, else in /tmp.
-std::string defaultSocketPath();
+// Where the agent listens: there, or when that is empty in the user's run-time folder, else in
+// /tmp.
+std::string socketPath(const std::string& given);
 
 class Listener {
  public:
@@ -43,6 +46,6 @@ class Listener {
 };
 
 // None, with the reason in `why`, when no agent answers there.
-std::optional<Answer> ask(const std::string& path, const Words& words, std::string& why);
+std::optional<Answer> askAt(const std::string& path, const Words& words, std::string& why);
 
 }  // namespace Agent

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "agent/Server/Explanations.h"
+#include "agent/Server/KnownDifferences.h"
 #include "agent/View/FlatTree.h"
 #include "framework/Kiv/Inspector.h"
 
@@ -16,15 +16,15 @@ void copy(Kiv::Object& from, Kiv::Object& to) {
 }
 
 void copyInputs(const Store& from, const Store& to) {
-  copy(*from.capabilities, *to.capabilities);
-  copy(*from.interfaces, *to.interfaces);
+  copy(*from.hwCapability, *to.hwCapability);
+  copy(*from.intfStatusDir, *to.intfStatusDir);
   copy(*from.ipStatus, *to.ipStatus);
-  copy(*from.fieldSets, *to.fieldSets);
-  copy(*from.applications, *to.applications);
+  copy(*from.fieldSetConfig, *to.fieldSetConfig);
+  copy(*from.appRecConfig, *to.appRecConfig);
   copy(*from.matchLists, *to.matchLists);
-  copy(*from.prefixLists, *to.prefixLists);
-  for (auto entry = from.sources->entityPtrIteratorConst(); entry; ++entry) {
-    copy(*from.source(entry.key()), *to.sources->newEntity<Firewall::Config>(entry.key()));
+  copy(*from.aclListConfig, *to.aclListConfig);
+  for (auto entry = from.fwConfigDir->entityPtrIteratorConst(); entry; ++entry) {
+    copy(*from.source(entry.key()), *to.fwConfigDir->newEntity<Firewall::Config>(entry.key()));
   }
 }
 
@@ -36,7 +36,7 @@ std::vector<Difference> verify(const Store& running) {
   aside.start();
   const auto outputOf = [](const Store& store) {
     FlatTree tree = flatTree(*store.hwConfig, {});
-    tree.merge(flatTree(*store.status, "status/"));
+    tree.merge(flatTree(*store.firewallStatus, "status/"));
     // How often a service was compiled is history.
     std::erase_if(tree, [](const auto& entry) {
       return entry.first.starts_with("services/") && entry.first.ends_with("/version");
@@ -45,10 +45,10 @@ std::vector<Difference> verify(const Store& running) {
   };
   const FlatTree now = outputOf(running);
   const FlatTree fresh = outputOf(aside);
-  const Explanations explanations(running, now, fresh);
+  const KnownDifferences known(running, now, fresh);
   std::vector<Difference> differences;
   const auto add = [&](const std::string& path, const std::string& is, const std::string& wanted) {
-    differences.push_back({path, is, wanted, std::string(explanations.of(path))});
+    differences.push_back({path, is, wanted, std::string(known.of(path))});
   };
   for (const auto& [path, value] : now) {
     const auto wanted = fresh.find(path);

@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "agent/Document/Lookup.h"
 #include "agent/Schema/Schema.h"
 #include "agent/Schema/Values.h"
 
@@ -17,16 +18,6 @@ using Kiv::AttributeData;
 using Kiv::AttributeKind;
 
 constexpr std::string_view enabledName = "enabled";
-
-const Node& nothing() {
-  static const Node none{Node::Kind::mapping, {}, {}, {}};
-  return none;
-}
-
-const Node& memberOf(const Node& node, std::string_view name) {
-  const Node* const found = node.find(name);
-  return found == nullptr ? nothing() : *found;
-}
 
 // The text to write for a value.
 std::string_view textOf(const AttributeData& attribute, const Node& node) {
@@ -80,8 +71,8 @@ class Planner {
   Planner(Store& store, Plan& plan) : store_(store), plan_(plan) {}
 
   void part(const Part& part, const Node& root) {
-    const Node& parent = part.ofSwitch ? memberOf(root, switchPart) : root;
-    const Node& node = memberOf(parent, part.name);
+    const Node& parent = part.ofSwitch ? below(root, switchPart) : root;
+    const Node& node = below(parent, part.name);
     if (part.isSource) {
       sources(node);
     } else if (part.attribute == nullptr) {
@@ -98,7 +89,7 @@ class Planner {
     for (const Member& member : node.members) {
       const Pith::String name(member.key.text);
       const auto config = store_.source(name);
-      const bool wanted = memberOf(member.value, enabledName).text == "true";
+      const bool wanted = textBelow(member.value, enabledName) == "true";
       if (!config) {
         plan_.newSources.emplace_back(name, &member.value);
       } else {
@@ -107,14 +98,14 @@ class Planner {
       }
       if (wanted && (!config || !config->enabled())) plan_.switchedOn.push_back(name);
     }
-    for (auto entry = store_.sources->entityPtrIteratorConst(); entry; ++entry) {
+    for (auto entry = store_.fwConfigDir->entityPtrIteratorConst(); entry; ++entry) {
       if (node.find(entry.key().view()) == nullptr) plan_.goneSources.push_back(entry.key());
     }
   }
 
   void object(Kiv::Object& object, const Node& node) {
     for (const AttributeData& data : object.typeData().attributes) {
-      if (data.name != enabledName) attribute(object, data, memberOf(node, data.name));
+      if (data.name != enabledName) attribute(object, data, below(node, data.name));
     }
   }
 
@@ -137,7 +128,7 @@ class Planner {
   }
 
   void value(Kiv::Object& object, const AttributeData& attribute, const Node& node) {
-    const bool isGiven = &node != &nothing();
+    const bool isGiven = !isAbsent(node);
     const std::string_view wanted =
         isGiven ? node.text : std::string_view(defaultTextOf(attribute));
     if (attribute.read(object, {}) == wanted) return;
@@ -147,7 +138,7 @@ class Planner {
 
   void child(Kiv::Object& object, const AttributeData& attribute, const Node& node) {
     Kiv::Object* const there = attribute.child(object, {});
-    if (&node == &nothing()) {
+    if (isAbsent(node)) {
       if (there != nullptr) erase(object, attribute, {});
     } else if (there == nullptr) {
       plan_.writes.push_back({Pith::Ptr<Kiv::Object>(&object), &attribute, {}, &node});
@@ -218,7 +209,7 @@ class Planner {
 };
 
 bool isAnyEnabled(const Store& store) {
-  for (auto entry = store.sources->entityPtrIteratorConst(); entry; ++entry) {
+  for (auto entry = store.fwConfigDir->entityPtrIteratorConst(); entry; ++entry) {
     if (store.source(entry.key())->enabled()) return true;
   }
   return false;
@@ -237,7 +228,7 @@ void apply(const Plan& plan, Store& store) {
   for (const Pith::String& name : plan.switchedOff) store.source(name)->enabledIs(false);
   for (const Pith::String& name : plan.goneSources) {
     if (const auto config = store.source(name)) config->enabledIs(false);
-    store.sources->entityDel(name);  // what it holds would go on keeping others off
+    store.fwConfigDir->entityDel(name);  // what it holds would go on keeping others off
   }
   for (const Write& write : plan.takenOver) write.attribute->erase(*write.object, write.key);
   for (const Write& write : plan.writes) {
@@ -248,7 +239,7 @@ void apply(const Plan& plan, Store& store) {
     }
   }
   for (const auto& [name, node] : plan.newSources) {
-    writeObject(*store.sources->newEntity<Firewall::Config>(name), *node);
+    writeObject(*store.fwConfigDir->newEntity<Firewall::Config>(name), *node);
   }
   for (auto write = plan.erasures.rbegin(); write != plan.erasures.rend(); ++write) {
     write->attribute->erase(*write->object, write->key);
@@ -262,7 +253,7 @@ void apply(const Plan& plan, Store& store) {
 
 void resync(Store& store) {
   std::vector<Firewall::Config::Ptr> enabled;
-  for (auto entry = store.sources->entityPtrIteratorConst(); entry; ++entry) {
+  for (auto entry = store.fwConfigDir->entityPtrIteratorConst(); entry; ++entry) {
     const auto config = store.source(entry.key());
     if (config && config->enabled()) enabled.push_back(config);
   }

@@ -6,22 +6,10 @@
 
 namespace Agent {
 
-void Store::start() {
-  root_ =
-      Firewall::rootDirSmFactory(sources, hwConfig, status, interfaces, ipStatus, matchListPaths,
-                                 applications, fieldSets, profiles, capabilities, prefixLists);
-}
-
-void Store::stop() {
-  if (!root_) return;
-  root_->cleanup();
-  root_ = nullptr;
-}
-
 Kiv::Object& Store::input(const Kiv::TypeData& type) const {
-  const std::array<Kiv::Object*, 7> inputs{capabilities.get(), interfaces.get(),   ipStatus.get(),
-                                           fieldSets.get(),    applications.get(), matchLists.get(),
-                                           prefixLists.get()};
+  const std::array<Kiv::Object*, 7> inputs{
+      hwCapability.get(), intfStatusDir.get(), ipStatus.get(),     fieldSetConfig.get(),
+      appRecConfig.get(), matchLists.get(),    aclListConfig.get()};
   for (Kiv::Object* const object : inputs) {
     if (object->typeData().name == type.name) return *object;
   }
@@ -31,15 +19,15 @@ Kiv::Object& Store::input(const Kiv::TypeData& type) const {
 
 std::vector<Store::Named> Store::objects() const {
   std::vector<Named> result{{"hwConfig", hwConfig.get()},
-                            {"status", status.get()},
-                            {"hwCapability", capabilities.get()},
-                            {"interface", interfaces.get()},
+                            {"status", firewallStatus.get()},
+                            {"hwCapability", hwCapability.get()},
+                            {"interface", intfStatusDir.get()},
                             {"ip", ipStatus.get()},
-                            {"fieldSet", fieldSets.get()},
-                            {"application", applications.get()},
-                            {"profile", profiles.get()},
+                            {"fieldSet", fieldSetConfig.get()},
+                            {"application", appRecConfig.get()},
+                            {"profile", appRecStatus.get()},
                             {"matchList", matchLists.get()},
-                            {"prefixList", prefixLists.get()}};
+                            {"prefixList", aclListConfig.get()}};
   return result;
 }
 

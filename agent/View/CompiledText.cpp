@@ -32,10 +32,6 @@ Cell inOrder(const Values& values) {
   return cell.empty() ? Cell{"-"} : cell;
 }
 
-std::string nameOr(const Pith::Ptr<Firewall::FwPolicy>& policy) {
-  return policy ? std::string(policy->name().view()) : "-";
-}
-
 std::string interfaceText(const Pith::Ptr<Firewall::FwIntfVlanRangeSet>& intf) {
   std::string text(intf->intfId().view());
   std::vector<Firewall::VlanRange> ranges;
@@ -66,10 +62,10 @@ void printSegments(std::ostream& out, const Firewall::FwSegmentDir& directory,
                inOrder(subnets),
                sortedCell(segment->fromSegment(),
                           [](const auto& from) {
-                            return std::string(from.key.view()) + " (" + nameOr(from.value.policy) +
-                                   ")";
+                            return std::string(from.key.view()) + " (" +
+                                   linkText(from.value.policy) + ")";
                           }),
-               {nameOr(segment->fallbackPolicy())}});
+               {linkText(segment->fallbackPolicy())}});
   }
   if (!table.empty()) table.print(out, "  ");
 }
@@ -112,9 +108,7 @@ void printPolicy(std::ostream& out, const Firewall::FwPolicy& policy, const Text
   Table whole({"SEQ", "SERVICE", "ACTION"}, style);
   for (const auto& entry : policy.serviceRule()) {
     const auto& service = entry.value.service;
-    whole.row({{std::to_string(entry.key)},
-               {service ? std::string(service->name().view()) : "-"},
-               {actionText(entry.value)}});
+    whole.row({{std::to_string(entry.key)}, {linkText(service)}, {actionText(entry.value)}});
   }
   if (!whole.empty()) whole.print(out, "  ");
 }

@@ -1,6 +1,6 @@
 #include "agent/View/CompiledTree.h"
 
-#include "agent/View/TreeWriter.h"
+#include "agent/View/ObjectTree.h"
 
 namespace Agent {
 
@@ -11,9 +11,9 @@ std::string compiledTree(const Store& store, bool asJson) {
   writer->key("schema_version");
   writer->number(compiledSchemaVersion);
   writer->key("hwConfig");
-  writer->object(*store.hwConfig);
+  writeObject(*writer, *store.hwConfig);
   writer->key("status");
-  writer->object(*store.status);
+  writeObject(*writer, *store.firewallStatus);
   writer->end();
   writer->done();
   return text;

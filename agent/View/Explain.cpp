@@ -6,6 +6,7 @@
 
 #include "Firewall/RuleId.h"
 #include "agent/Document/Count.h"
+#include "agent/Document/Lookup.h"
 #include "agent/Schema/Expansion.h"
 #include "agent/View/CompiledText.h"
 #include "agent/View/Text.h"
@@ -14,20 +15,7 @@
 namespace Agent {
 namespace {
 
-const Node& below(const Node& node, std::string_view name) {
-  static const Node none{Node::Kind::mapping, {}, {}, {}};
-  const Node* const found = node.find(name);
-  return found == nullptr ? none : *found;
-}
-
-const Member* memberOf(const Node& node, std::string_view name) {
-  for (const Member& member : node.members) {
-    if (member.key.text == name) return &member;
-  }
-  return nullptr;
-}
-
-bool isEnabled(const Member& source) { return below(source.value, "enabled").text == "true"; }
+bool isEnabled(const Member& source) { return textBelow(source.value, "enabled") == "true"; }
 
 // "matchList:offices" as the part that the list is in, and its name.
 struct ListName {
@@ -119,8 +107,8 @@ void Explainer::hardwareRules(std::string_view policy, std::uint32_t seqnum) con
   }
   if (const auto* const whole = compiled->serviceRule(seqnum)) {
     out_ << "  the hardware has it whole: "
-         << (whole->service ? whole->service->name().view() : std::string_view("no service"))
-         << ", " << Kiv::valueToStrep(whole->action) << '\n';
+         << (whole->service ? linkText(whole->service) : "no service") << ", "
+         << Kiv::valueToStrep(whole->action) << '\n';
   } else if (table.empty()) {
     out_ << "  the hardware has no rule of it\n";
   } else {
@@ -140,7 +128,7 @@ bool Explainer::rule(std::string_view policy, std::uint32_t seqnum) {
     const Node& service = below(rule->value, "service");
     out_ << "source " << inQuotes(source.key.text) << ": rule " << key << " of " << inQuotes(policy)
          << " at " << at(rule->key.place) << ": " << service.text << " is to "
-         << below(rule->value, "action").text << '\n';
+         << textBelow(rule->value, "action") << '\n';
     if (!isEnabled(source)) out_ << "  missing: the source is not enabled\n";
     reasons("source/" + std::string(source.key.text) + "/policy/" + std::string(policy) + "/rule/" +
                 key,
@@ -174,16 +162,16 @@ bool Explainer::hardwareRule(std::string_view policy, std::uint32_t ruleId) {
 bool Explainer::claims(const Member& source, const Member& segment, std::string_view prefix) const {
   bool isFound = false;
   for (const auto& [field, isIpv4] : listFields) {
-    const ListName list = listNameOf(below(segment.value, field).text, isIpv4);
+    const ListName list = listNameOf(textBelow(segment.value, field), isIpv4);
     const Node& entries = below(below(below(root_, list.part), list.name), list.entries);
     for (const Member& entry : entries.members) {
       const bool isEntry = list.entries != "subnets";
-      const std::string_view text = isEntry ? below(entry.value, "prefix").text : entry.key.text;
+      const std::string_view text = isEntry ? textBelow(entry.value, "prefix") : entry.key.text;
       if (text != prefix) continue;
-      if (isEntry && below(entry.value, "action").text != "permit") continue;
+      if (isEntry && textBelow(entry.value, "action") != "permit") continue;
       isFound = true;
       out_ << "  segment " << inQuotes(segment.key.text) << " of source "
-           << inQuotes(source.key.text) << " claims it by " << below(segment.value, field).text
+           << inQuotes(source.key.text) << " claims it by " << textBelow(segment.value, field)
            << " at " << at(entry.key.place) << '\n';
     }
   }
@@ -235,7 +223,7 @@ bool Explainer::prefix(std::string_view vrf, std::string_view text) {
     if (compiled) longestAround(*compiled, prefix);
     return false;
   }
-  if (!store_.capabilities->globalPrefixListSupported()) {
+  if (!store_.hwCapability->globalPrefixListSupported()) {
     out_ << "  decided by: the hardware has no VRF-wide list; each claimant holds it for itself\n";
   } else if (owner == nullptr) {
     out_ << "  decided by: no enabled source has a segment for it\n";
@@ -271,10 +259,10 @@ void Explainer::segmentOf(const Member& source, const Member& segment, const std
          << (compiled != nullptr && compiled->fallbackPolicy() ? "written\n" : "not written\n");
   }
   for (const auto& [field, isIpv4] : listFields) {
-    const ListName name = listNameOf(below(segment.value, field).text, isIpv4);
+    const ListName name = listNameOf(textBelow(segment.value, field), isIpv4);
     const Member* const list = memberOf(below(root_, name.part), name.name);
     if (list == nullptr) continue;
-    out_ << "  prefixes by " << below(segment.value, field).text << " at " << at(list->key.place)
+    out_ << "  prefixes by " << textBelow(segment.value, field) << " at " << at(list->key.place)
          << ": " << grouped(below(list->value, name.entries).members.size()) << '\n';
   }
 }
@@ -323,8 +311,7 @@ bool Explainer::segment(std::string_view vrf, std::string_view name) {
        << counted(compiled->intfVlanRangeSet().size(), "interface") << ", "
        << counted(compiled->fromSegment().size(), "link") << '\n';
   for (const auto& link : compiled->fromSegment()) {
-    out_ << "  from " << link.key.view() << " by "
-         << (link.value.policy ? link.value.policy->name().view() : std::string_view("-")) << '\n';
+    out_ << "  from " << link.key.view() << " by " << linkText(link.value.policy) << '\n';
   }
   return true;
 }

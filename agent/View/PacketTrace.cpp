@@ -4,6 +4,7 @@
 
 #include "Firewall/RuleId.h"
 #include "agent/View/CompiledText.h"
+#include "agent/View/Text.h"
 #include "framework/Kiv/Text.h"
 
 namespace Agent {
@@ -151,7 +152,7 @@ Verdict PacketTrace::byPolicy(const Firewall::FwPolicy& policy, const Packet& pa
       const Firewall::FwServiceRule& rule = (*whole).value;
       if (!rule.service || !matches(*rule.service, packet)) continue;
       out << "rule " << (*whole).key << " of \"" << policy.name().view() << "\" matches, service \""
-          << rule.service->name().view() << "\": ";
+          << linkText(rule.service) << "\": ";
       return decided(rule, out);
     }
     return std::nullopt;
@@ -196,13 +197,13 @@ Verdict PacketTrace::of(const Packet& packet, std::ostream& out) const {
   const auto* const link = source ? destination->fromSegment(source->name()) : nullptr;
   if (link != nullptr && link->policy) {
     out << "\"" << destination->name().view() << "\" takes traffic from \"" << source->name().view()
-        << "\" by the policy \"" << link->policy->name().view() << "\"\n";
+        << "\" by the policy \"" << linkText(link->policy) << "\"\n";
     return byPolicy(*link->policy, packet, out);
   }
   out << "\"" << destination->name().view() << "\" has no link from "
       << (source ? "\"" + std::string(source->name().view()) + "\"" : "there") << '\n';
   if (const auto fallback = destination->fallbackPolicy()) {
-    out << "its fallback policy is \"" << fallback->name().view() << "\"\n";
+    out << "its fallback policy is \"" << linkText(fallback) << "\"\n";
     return byPolicy(*fallback, packet, out);
   }
   return byDefault(out);

@@ -6,8 +6,8 @@
 #include <set>
 
 #include "agent/Document/Count.h"
+#include "agent/Document/TreeWriter.h"
 #include "agent/View/Text.h"
-#include "agent/View/TreeWriter.h"
 
 namespace Agent {
 namespace {

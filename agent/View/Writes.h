@@ -1,4 +1,4 @@
-// The writes that a hardware agent sees, and what they come to.
+// The writes that the hardware sees, and what they come to.
 //
 //   WriteRecord record(store.hwConfig);
 //   ...                                     // the store changes

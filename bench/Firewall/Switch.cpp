@@ -5,17 +5,8 @@
 namespace Bench {
 
 void Switch::start() {
-  root = Firewall::rootDirSmFactory(
-      fwConfigDir, hwConfig, Kiv::make<Firewall::Status>(), intfStatusDir, ipStatus,
-      matchListConfigDir, appRecConfig, fieldSetConfig,
-      Kiv::make<Classification::AppRecognitionStatus>(), hwCapability, aclListConfig);
+  SwitchStore::start();
   source->enabledIs(true);
-}
-
-void Switch::stop() {
-  if (!root) return;
-  root->cleanup();
-  root = nullptr;
 }
 
 void Switch::interface(const Lanx::IntfId& intf, const L3::VrfName& vrf) {

@@ -17,29 +17,14 @@
 #include <string>
 #include <utility>
 
-#include "Firewall/RootDirSm.h"
+#include "Firewall/SwitchStore.h"
 #include "bench/framework/Table.h"
-#include "framework/Kiv/Dir.h"
-#include "model/Acl/PrefixList.h"
-#include "model/Classification/AppRecognition.h"
-#include "model/Firewall/Config.h"
-#include "model/Firewall/HwCapability.h"
-#include "model/Firewall/HwConfig.h"
-#include "model/Interface/AllIntfStatusDir.h"
-#include "model/Ip/Status.h"
-#include "model/MatchList/MatchList.h"
 
 namespace Bench {
 
-struct Switch {
-  Switch() = default;
-  ~Switch() { stop(); }
-  Switch(const Switch&) = delete;
-  Switch& operator=(const Switch&) = delete;
-
+struct Switch : Firewall::SwitchStore {
   // Makes the reactors and enables the source.
   void start();
-  void stop();
   // An application of so many hardware rules, no more than 2^24: pairs of prefixes.
   void application(const Pith::String& name, std::uint32_t rules);
   // The VRF of the source, which is one of the switch's too.
@@ -47,19 +32,8 @@ struct Switch {
   // An interface that exists, routed in the VRF.
   void interface(const Lanx::IntfId& intf, const L3::VrfName& vrf);
 
-  Pith::Ptr<Kiv::Dir> fwConfigDir = Kiv::make<Kiv::Dir>();
-  Firewall::HwConfig::Ptr hwConfig = Kiv::make<Firewall::HwConfig>();
-  Interface::AllIntfStatusDir::Ptr intfStatusDir = Kiv::make<Interface::AllIntfStatusDir>();
-  Ip::Status::Ptr ipStatus = Kiv::make<Ip::Status>();
-  Pith::Ptr<Kiv::Dir> matchListConfigDir = Kiv::make<Kiv::Dir>();
-  Classification::AppRecognitionConfig::Ptr appRecConfig =
-      Kiv::make<Classification::AppRecognitionConfig>();
-  Classification::FieldSetConfig::Ptr fieldSetConfig = Kiv::make<Classification::FieldSetConfig>();
-  Firewall::HwCapability::Ptr hwCapability = Kiv::make<Firewall::HwCapability>();
-  Acl::AclListConfig::Ptr aclListConfig = Kiv::make<Acl::AclListConfig>();
-  Firewall::Config::Ptr source = fwConfigDir->newEntity<Firewall::Config>("source");
-  MatchList::Config::Ptr lists = matchListConfigDir->newEntity<MatchList::Config>("lists");
-  Firewall::RootDirSm::Ptr root;
+  Firewall::Config::Ptr source = sourceIs("source");
+  MatchList::Config::Ptr lists = matchListPathIs("lists");
 };
 
 // "segment17" and the like.

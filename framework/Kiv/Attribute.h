@@ -1,11 +1,12 @@
 // The storage behind an attribute's declaration (Entity.h): one class for each kind.
 //
 // Each holds the data, decides whether a write changes anything, keeps an index that the type may
-// have beside a collection, and tells the owner's subscribers. Written through the mutators that
-// the declaration makes; not used by itself.
+// have beside it, and tells the owner's subscribers. Written through the mutators that the
+// declaration makes; not used by itself.
 //
 // An index is a function object called with (key, value before, value after), null for none: before
-// an entry is added or changed, after one was removed. It may refuse an addition by an exception,
+// an entry is added or changed, after one was removed. That of a value is called with (value
+// before, value after), before it changes. It may refuse an addition or a value by an exception,
 // and then nothing has changed.
 #pragma once
 
@@ -17,8 +18,8 @@
 #include <utility>
 #include <vector>
 
+#include "framework/Kiv/AllSteps.h"
 #include "framework/Kiv/Collections.h"
-#include "framework/Kiv/Deferred.h"
 #include "framework/Kiv/Object.h"
 #include "framework/Kiv/TypeData.h"
 #include "framework/Pith/FieldId.h"
@@ -44,6 +45,7 @@ void orphan(Child& child) {
 }
 
 struct NoIndex {
+  void operator()(const auto& /*previous*/, const auto& /*current*/) const noexcept {}
   void operator()(const auto& /*key*/, const auto* /*previous*/,
                   const auto* /*current*/) const noexcept {}
 };
@@ -67,7 +69,7 @@ void tell(Owner& owner, Pith::FieldId field, const void* key, const void* previo
 template <class Map, class Remove>
 void removeEach(Map& map, const Remove& remove) {
   using Funktor = typename MapTraits<Map>::Funktor;
-  Deferred removals;
+  AllSteps removals;
   std::vector<typename Map::Key> keys;
   try {
     keys.reserve(map.size());
@@ -76,14 +78,12 @@ void removeEach(Map& map, const Remove& remove) {
       const typename Map::Key key = Funktor::key(*map.begin());
       removals.run([&] { remove(key); });
     }
-    removals.rethrow();
     return;
   }
   for (const auto& entry : map) keys.push_back(Funktor::key(entry));
   for (const typename Map::Key& key : keys) {
     removals.run([&] { remove(key); });
   }
-  removals.rethrow();
 }
 
 template <class T>
@@ -110,9 +110,10 @@ class ValueAttribute {
 
   const T& get() const noexcept { return value_; }
 
-  template <class Owner>
-  void set(Owner& owner, Pith::FieldId field, T value) {
+  template <class Owner, class Index = Impl::NoIndex>
+  void set(Owner& owner, Pith::FieldId field, T value, const Index& index = Impl::noIndex) {
     if (value_ == value) return;
+    index(value_, value);
     std::swap(value_, value);
     if (!Impl::isWatched(owner)) return;
     const T current = value_;
@@ -331,16 +332,17 @@ class ChildAttribute {
     if (child_ && child_->key() == key) return child_;
     const Pith::AnchorPtr<Owner> alive(&owner);
     auto child = Pith::Ptr<T>::adopt(new T(key));
-    Deferred steps;
-    steps.run([&] { erase(owner, field); });
-    if (child_) {
-      child = child_;
-    } else {
-      child_ = child;
-      ParentLink::link(*child, owner);
-      steps.run([&] { Impl::tell(owner, field, nullptr, nullptr, child.get()); });
+    {
+      AllSteps steps;
+      steps.run([&] { erase(owner, field); });
+      if (child_) {
+        child = child_;
+      } else {
+        child_ = child;
+        ParentLink::link(*child, owner);
+        steps.run([&] { Impl::tell(owner, field, nullptr, nullptr, child.get()); });
+      }
     }
-    steps.rethrow();
     return child;
   }
 

@@ -1,6 +1,6 @@
 #include "framework/Kiv/Dir.h"
 
-#include "framework/Kiv/Deferred.h"
+#include "framework/Kiv/AllSteps.h"
 #include "framework/Pith/Assert.h"
 
 namespace Kiv {
@@ -65,18 +65,19 @@ void Dir::entityIs(const Pith::String& name, const Pith::Ptr<Entity>& entity) {
   const Pith::AnchorPtr<Dir> alive(this);
   const Pith::String key = name;
   const Pith::Ptr<Entity> held = entity;
-  Deferred steps;
+  AllSteps steps;
   steps.run([&] { entityDel(key); });
   if (entities_.insert({key, held}).second) {
+    ++version_;
     ParentLink::link(*held, *this);
     steps.run([&] { Impl::tell(*this, entityField, &key, nullptr, held.get()); });
   }
-  steps.rethrow();
 }
 
 void Dir::entityDel(const Pith::String& name) {
   const auto gone = entities_.take(name);
   if (!gone) return;
+  ++version_;
   Impl::orphan(*gone->value);
   Impl::tell(*this, entityField, &gone->key, gone->value.get(), nullptr);
 }

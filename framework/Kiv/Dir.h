@@ -13,6 +13,7 @@
 // collection (Entity.h).
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 #include "framework/Kiv/Entity.h"
@@ -38,6 +39,9 @@ class PITH_EXPORT Dir : public Entity {
     return Pith::dynamicPtrCast<const T>(entityPtr(name));
   }
   bool entityHas(const Pith::String& name) const { return entities_.has(name); }
+  // Another one after each entry that came or went: who has walked the entries knows by it whether
+  // they are still the same.
+  std::uint64_t version() const noexcept { return version_; }
 
   // Puts `entity` under the name. One that stands there already, the same object, is left alone.
   // When a subscriber answers the removal of the old one by an entry of its own, that one stays.
@@ -67,6 +71,7 @@ class PITH_EXPORT Dir : public Entity {
   }
 
   HashMap<Pith::String, Pith::Ptr<Entity>> entities_;
+  std::uint64_t version_ = 0;
 };
 
 // One walk over a directory: true while it stands on an entry.

@@ -57,6 +57,7 @@
 #include "framework/Kiv/Object.h"
 #include "framework/Kiv/TypeBuilder.h"
 #include "framework/Kiv/TypeData.h"
+#include "framework/Kiv/detail/Numbering.h"
 #include "framework/Pith/Export.h"
 #include "framework/Pith/Ptr.h"
 #include "framework/Pith/Publisher.h"
@@ -106,10 +107,8 @@ Pith::Ptr<T> make(Args&&... args) {
                                                                                         \
  private:                                                                               \
   friend struct ::Kiv::Impl::TypeBuilder;                                               \
-  using KivClass = Entity_;                                                             \
   using KivBase = Base_;                                                                \
-  static constexpr int kivFirstLine = __LINE__;                                         \
-  static void kivAttribute(KivClass*); /* hides those of the base type */               \
+  KIV_IMPL_NUMBER_FIRST(Entity_)                                                        \
                                                                                         \
  public:
 
@@ -136,10 +135,12 @@ Pith::Ptr<T> make(Args&&... args) {
 
 // What every declaration has: the field's identifier and its entry in the type table.
 #define KIV_IMPL_DECLARE(name_, Attribute_)                                                    \
+ private:                                                                                      \
+  KIV_IMPL_NUMBER(name_)                                                                       \
+                                                                                               \
  public:                                                                                       \
   static constexpr ::Pith::FieldId name_##Field =                                              \
-      (kivLevel - 1) * ::Kiv::Impl::linesOfType + (__LINE__ - kivFirstLine);                   \
-  static_assert(__LINE__ - kivFirstLine < ::Kiv::Impl::linesOfType, "the type is too long");   \
+      (kivLevel - 1) * ::Kiv::Impl::attributesOfClass + name_##Number;                         \
                                                                                                \
  private:                                                                                      \
   Attribute_ name_##_;                                                                         \
@@ -162,14 +163,13 @@ Pith::Ptr<T> make(Args&&... args) {
       self.name_##DelAll();                                                                    \
     }                                                                                          \
   };                                                                                           \
-  static name_##Access kivAttribute(std::integral_constant<int, __LINE__ - kivFirstLine>);     \
                                                                                                \
  public:
 
-#define KIV_VALUE(Type_, name_)                                  \
+#define KIV_IMPL_VALUE(Type_, name_, index_)                     \
   KIV_IMPL_DECLARE(name_, ::Kiv::ValueAttribute<Type_>)          \
   const Type_& name_() const noexcept { return name_##_.get(); } \
-  void name_##Is(Type_ kivValue) { name_##_.set(*this, name_##Field, std::move(kivValue)); }
+  void name_##Is(Type_ kivValue) { name_##_.set(*this, name_##Field, std::move(kivValue), index_); }
 
 #define KIV_IMPL_SET(Key_, name_, Template_, index_)                                           \
   using name_##Collection = Template_<Key_>;                                                   \
@@ -219,6 +219,7 @@ Pith::Ptr<T> make(Args&&... args) {
   }                                                                 \
   void name_##Del() { name_##_.erase(*this, name_##Field); }
 
+#define KIV_VALUE(Type_, name_) KIV_IMPL_VALUE(Type_, name_, ::Kiv::Impl::noIndex)
 #define KIV_SET(Type_, name_) KIV_IMPL_SET(Type_, name_, ::Kiv::HashSet, ::Kiv::Impl::noIndex)
 #define KIV_ORDERED_SET(Type_, name_) \
   KIV_IMPL_SET(Type_, name_, ::Kiv::OrderedSet, ::Kiv::Impl::noIndex)
@@ -231,9 +232,13 @@ Pith::Ptr<T> make(Args&&... args) {
 #define KIV_ORDERED_CHILDREN(Key_, Type_, name_) \
   KIV_IMPL_CHILDREN(Key_, Type_, name_, ::Kiv::OrderedChildren, ::Kiv::Impl::noIndex)
 
-// The same, with an index that the type keeps beside the collection: `index_` names a member
-// function of the type, called as index_(key, previous, current) for every change of an entry
-// (Attribute.h).
+// The same, with an index that the type keeps beside the attribute: `index_` names a member
+// function of the type, called for every change as index_(previous, current) of a value, and as
+// index_(key, previous, current) of an entry (Attribute.h).
+#define KIV_VALUE_INDEXED(Type_, name_, index_)                                          \
+  KIV_IMPL_VALUE(Type_, name_, [this](const auto& kivPrevious, const auto& kivCurrent) { \
+    index_(kivPrevious, kivCurrent);                                                     \
+  })
 #define KIV_IMPL_INDEX(index_)                                                 \
   [this](const auto& kivAt, const auto* kivPrevious, const auto* kivCurrent) { \
     index_(kivAt, kivPrevious, kivCurrent);                                    \

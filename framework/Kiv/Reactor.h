@@ -12,8 +12,7 @@
 //   class VrfSm final : public Kiv::Reactor<VrfSm, VrfSmAttributes> {
 //    public:
 //     KIV_REACTOR(VrfSm)                   // VrfSmIs(attributes...), typeData()
-//     KIV_CHILD_REACTORS(SegmentSM, segmentSm, SegmentSmKeyFunktor, Pith::String,
-//                        attributes().segmentName)
+//     KIV_CHILD_REACTORS(SegmentSM, segmentSm, SegmentSmKeyFunktor, Pith::String)
 //     Pith::Ptr<SegmentSM> segmentSmIs(const Pith::String& name, ...);
 //     void inFirewallDispatch(Pith::Publisher*, Pith::Subscriber*, Pith::FieldId field,
 //                             const void* key, const Pith::Change*);
@@ -25,7 +24,7 @@
 //     Kiv::Subscription<&VrfSm::inFirewallDispatch> inFirewallSubscription_;
 //   };
 //
-// and KIV_REACTOR_DEFINE(Firewall::VrfSm) in its .cpp.
+// and KIV_REACTOR_DEFINE(Firewall::VrfSm) in the Types.cpp of the folder, which knows all reactors.
 //
 // Life. The creation function allocates and constructs the reactor (the subscriptions are on from
 // there), runs start(), and switches notifications on. When start() throws, the reactor is taken
@@ -53,9 +52,9 @@
 #include <type_traits>
 #include <utility>
 
+#include "framework/Kiv/AllSteps.h"
 #include "framework/Kiv/AllocTrack.h"
 #include "framework/Kiv/Collections.h"
-#include "framework/Kiv/Deferred.h"
 #include "framework/Kiv/Entity.h"
 #include "framework/Kiv/Errors.h"
 #include "framework/Kiv/Object.h"
@@ -281,7 +280,7 @@ class NestedReactor : public ReactorBase {
 
   // What its start and its handler raise is kept in `steps`: the object is there, so that its next
   // change has to be followed whatever became of the first.
-  static Ptr create(Owner& owner, const Pith::Ptr<const Notifier>& input, Deferred& steps) {
+  static Ptr create(Owner& owner, const Pith::Ptr<const Notifier>& input, AllSteps& steps) {
     auto reactor = Ptr::adopt(new Derived(owner));
     ParentLink::link(*reactor, owner);
     steps.run([&] { reactor->start(input); });
@@ -379,20 +378,41 @@ class ChildReactor final : public ReactorPart {
   Pith::Ptr<Child> child_;
 };
 
-// Children under a key, which Funktor finds in the child. Walks survive any change.
-template <class Child_, class Funktor>
+// A child with the key that it was made under: what it watches may become another object, or none.
+template <class Child, class Key_>
+struct KeyedReactor {
+  Pith::Ptr<Child> child;
+  Key_ key;
+
+  // A walk takes it for the child.
+  operator const Pith::Ptr<Child>&() const noexcept {  // NOLINT(google-explicit-constructor)
+    return child;
+  }
+  Child* get() const noexcept { return child.get(); }
+  Child* operator->() const noexcept { return child.get(); }
+
+  struct Funktor {
+    using Key = Key_;
+    static const Key& key(const KeyedReactor& child) noexcept { return child.key; }
+  };
+};
+
+// Children under a key. Walks survive any change.
+template <class Child_, class Key_>
 class ChildReactors final : public ReactorPart {
+  using Keyed = KeyedReactor<Child_, Key_>;
+
  public:
   using Child = Child_;
-  using Map = HashMap2018<Pith::Ptr<Child>, Funktor>;
-  using Key = typename Map::Key;
+  using Key = Key_;
+  using Map = HashMap2018<Keyed, typename Keyed::Funktor>;
 
   explicit ChildReactors(ReactorBase& owner) noexcept : ReactorPart(owner), owner_(&owner) {}
 
   const Map& map() const noexcept { return map_; }
   Pith::Ptr<Child> find(const Key& key) const {
-    const Pith::Ptr<Child>* const child = map_.find(key);
-    return child == nullptr ? Pith::Ptr<Child>() : *child;
+    const Keyed* const entry = map_.find(key);
+    return entry == nullptr ? Pith::Ptr<Child>() : entry->child;
   }
 
   // The child under the key that `attributes` hold, or a new one.
@@ -401,7 +421,7 @@ class ChildReactors final : public ReactorPart {
       Impl::checkSameReferences(typeNameOf<Child>(), present->attributes(), attributes);
       return present;
     }
-    return added(Child::create(std::move(attributes), owner_));
+    return added(key, Child::create(std::move(attributes), owner_));
   }
   // Nested reactors: the child that watches `input`.
   template <class Owner, class Notifier>
@@ -412,28 +432,33 @@ class ChildReactors final : public ReactorPart {
       }
       return present;
     }
-    Deferred steps;
-    auto child = added(Child::create(owner, input, steps));
-    steps.rethrow();
+    Pith::Ptr<Child> child;
+    {
+      AllSteps steps;
+      child = added(key, Child::create(owner, input, steps));
+    }
     return child;
   }
 
   void del(const Key& key) {
-    if (auto gone = map_.take(key)) unhook(std::move(*gone));
+    if (auto gone = map_.take(key)) unhook(std::move(gone->child));
   }
   void delAll() {
-    while (auto gone = map_.takeFirst()) unhook(std::move(*gone));
+    while (auto gone = map_.takeFirst()) unhook(std::move(gone->child));
   }
 
   void notificationActiveIs(bool on) override {
-    for (Pith::Ptr<Child> child : map_) child->hasNotificationActiveIs(on);
+    for (const Keyed& entry : map_) {
+      const Pith::Ptr<Child> child = entry.child;
+      child->hasNotificationActiveIs(on);
+    }
   }
   void clear() override { delAll(); }
 
  private:
-  Pith::Ptr<Child> added(Pith::Ptr<Child> child) {
-    const auto [entry, isNew] = map_.insert(Pith::Ptr<Child>(child));
-    Pith::Ptr<Child> present = *entry;
+  Pith::Ptr<Child> added(const Key& key, Pith::Ptr<Child> child) {
+    const auto [entry, isNew] = map_.insert(Keyed{child, key});
+    Pith::Ptr<Child> present = entry->child;
     if (!isNew) unhook(std::move(child));  // one of the same key was made while this one started
     return present;
   }
@@ -471,12 +496,10 @@ class ChildReactors final : public ReactorPart {
   explicit Reactor_(Owner_& kivOwner) : NestedReactor(kivOwner) {} \
   KIV_IMPL_REACTOR(Reactor_)
 
-#define KIV_IMPL_REACTOR(Reactor_)              \
-  friend struct ::Kiv::Impl::TypeBuilder;       \
-  using KivClass = Reactor_;                    \
-  static constexpr int kivFirstLine = __LINE__; \
-  static void kivAttribute(KivClass*);          \
-                                                \
+#define KIV_IMPL_REACTOR(Reactor_)        \
+  friend struct ::Kiv::Impl::TypeBuilder; \
+  KIV_IMPL_NUMBER_FIRST(Reactor_)         \
+                                          \
  public:
 
 // In the .cpp, with the qualified name.
@@ -487,19 +510,18 @@ class ChildReactors final : public ReactorPart {
   }                                                                                         \
   const ::Kiv::TypeData& Reactor_::typeData() const { return staticTypeData(); }
 
-#define KIV_IMPL_REACTOR_DECLARE(name_, Part_)                                                  \
- private:                                                                                       \
-  Part_ name_##_{*this};                                                                        \
-  struct name_##Access {                                                                        \
-    using Class = KivClass;                                                                     \
-    static constexpr bool writable = false;                                                     \
-    static constexpr auto declared() {                                                          \
-      return ::Kiv::Impl::Declared<Class, Part_>{#name_, 0, &Class::name_##_};                  \
-    }                                                                                           \
-  };                                                                                            \
-  static_assert(__LINE__ - kivFirstLine < ::Kiv::Impl::linesOfType, "the reactor is too long"); \
-  static name_##Access kivAttribute(std::integral_constant<int, __LINE__ - kivFirstLine>);      \
-                                                                                                \
+#define KIV_IMPL_REACTOR_DECLARE(name_, Part_)                                 \
+ private:                                                                      \
+  Part_ name_##_{*this};                                                       \
+  KIV_IMPL_NUMBER(name_)                                                       \
+  struct name_##Access {                                                       \
+    using Class = KivClass;                                                    \
+    static constexpr bool writable = false;                                    \
+    static constexpr auto declared() {                                         \
+      return ::Kiv::Impl::Declared<Class, Part_>{#name_, 0, &Class::name_##_}; \
+    }                                                                          \
+  };                                                                           \
+                                                                               \
  public:
 
 // One child: x(), xDel(); the class states xIs(…).
@@ -508,17 +530,13 @@ class ChildReactors final : public ReactorPart {
   const ::Pith::Ptr<Child_>& name_() const noexcept { return name_##_.get(); } \
   void name_##Del() { name_##_.del(); }
 
-// Children under a key, which is what the expression key_ says of a child: x(), x(key), xHas(key),
-// xDel(key), xDelAll(); the class states xIs(key, …).
-#define KIV_CHILD_REACTORS(Child_, name_, Funktor_, KeyType_, key_)                          \
-  struct Funktor_ {                                                                          \
-    using Key = KeyType_;                                                                    \
-    static const Key& key(const ::Pith::Ptr<Child_>& child) noexcept { return child->key_; } \
-  };                                                                                         \
-  using name_##Part = ::Kiv::ChildReactors<Child_, Funktor_>;                                \
-  KIV_IMPL_REACTOR_DECLARE(name_, name_##Part)                                               \
-  const name_##Part::Map& name_() const noexcept { return name_##_.map(); }                  \
-  ::Pith::Ptr<Child_> name_(const KeyType_& kivKey) const { return name_##_.find(kivKey); }  \
-  bool name_##Has(const KeyType_& kivKey) const { return name_##_.map().has(kivKey); }       \
-  void name_##Del(const KeyType_& kivKey) { name_##_.del(kivKey); }                          \
+// Children under a key: x(), x(key), xHas(key), xDel(key), xDelAll(); the class states xIs(key, …).
+#define KIV_CHILD_REACTORS(Child_, name_, Funktor_, KeyType_)                               \
+  using Funktor_ = ::Kiv::KeyedReactor<Child_, KeyType_>::Funktor;                          \
+  using name_##Part = ::Kiv::ChildReactors<Child_, KeyType_>;                               \
+  KIV_IMPL_REACTOR_DECLARE(name_, name_##Part)                                              \
+  const name_##Part::Map& name_() const noexcept { return name_##_.map(); }                 \
+  ::Pith::Ptr<Child_> name_(const KeyType_& kivKey) const { return name_##_.find(kivKey); } \
+  bool name_##Has(const KeyType_& kivKey) const { return name_##_.map().has(kivKey); }      \
+  void name_##Del(const KeyType_& kivKey) { name_##_.del(kivKey); }                         \
   void name_##DelAll() { name_##_.delAll(); }

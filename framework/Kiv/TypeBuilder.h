@@ -11,20 +11,9 @@
 #include "framework/Kiv/Attribute.h"
 #include "framework/Kiv/Text.h"
 #include "framework/Kiv/TypeData.h"
+#include "framework/Kiv/detail/Numbering.h"
 
 namespace Kiv::Impl {
-
-// The lines of a class's declarations that are looked at; each inheritance level has as many field
-// identifiers.
-inline constexpr int linesOfType = 256;
-
-// What a declaration tells: made by the macros, read by describe().
-template <class Class, class Attribute>
-struct Declared {
-  std::string_view name;
-  Pith::FieldId field;
-  Attribute Class::*member;
-};
 
 template <class T>
 inline constexpr bool isValueAttribute = false;
@@ -209,12 +198,15 @@ struct Operations {
 };
 
 struct TypeBuilder {
-  template <class Class, int line>
-  static void describeLine(TypeData& data) {
-    if constexpr (requires { Class::kivAttribute(std::integral_constant<int, line>()); }) {
-      using Access = decltype(Class::kivAttribute(std::integral_constant<int, line>()));
-      data.attributes.push_back(Operations<Access>::describe());
+  template <class Class>
+  static void describeDeclared(TypeData& data) {
+    constexpr int count = decltype(Class::kivAttribute(HighestRank()))::number;
+    [&data]<int... before>(std::integer_sequence<int, before...>) {
+      (data.attributes.push_back(Operations<typename decltype(Class::kivAttribute(
+                                     Rank<before + 1>()))::Access>::describe()),
+       ...);
     }
+    (std::make_integer_sequence<int, count>());
   }
 
   template <class Class>
@@ -223,10 +215,7 @@ struct TypeBuilder {
     if constexpr (requires { Class::KivBase::staticTypeData(); }) {
       data.attributes = Class::KivBase::staticTypeData().attributes;
     }
-    [&data]<int... line>(std::integer_sequence<int, line...>) {
-      (describeLine<Class, line>(data), ...);
-    }
-    (std::make_integer_sequence<int, linesOfType>());
+    describeDeclared<Class>(data);
     if constexpr (requires(const Class& object) { object.key(); }) {
       data.key = [](const Object& object) {
         return valueToStrep(static_cast<const Class&>(object).key());
@@ -243,10 +232,7 @@ struct TypeBuilder {
       (data.attributes.push_back(describeField<Class, index>()), ...);
     }
     (std::make_index_sequence<std::size(Class::Attributes::fieldNames)>());
-    [&data]<int... line>(std::integer_sequence<int, line...>) {
-      (describeLine<Class, line>(data), ...);
-    }
-    (std::make_integer_sequence<int, linesOfType>());
+    describeDeclared<Class>(data);
     return data;
   }
 

@@ -22,7 +22,7 @@ class PITH_EXPORT Config : public Kiv::Entity {
   KIV_KEY(Config, Pith::String, name)
   KIV_CHILDREN(Pith::String, ClassMapFirewall, classMap)
   KIV_CHILDREN_INDEXED(Pith::String, Policy, policy, indexPolicy)
-  KIV_CHILDREN(L3::VrfName, Vrf, vrf)
+  KIV_CHILDREN_INDEXED(L3::VrfName, Vrf, vrf, countVrfChange)
   KIV_CHILD(SegmentDir, l2SegmentDir)
   KIV_VALUE(bool, enabled)
   KIV_VALUE(ForwardingTypeMatch, forwardType)
@@ -44,13 +44,22 @@ class PITH_EXPORT Config : public Kiv::Entity {
   std::optional<RuleOfService> ruleOfService(const Pith::String& service,
                                              const RulePlace& place) const;
 
+  // Another one after each VRF that came or went: who has looked one up knows by it whether it is
+  // still the same.
+  std::uint64_t vrfVersion() const noexcept { return vrfVersion_; }
+
  private:
   friend class Policy;
 
   void indexPolicy(const Pith::String& key, const Policy* previous, const Policy* current);
 
+  void countVrfChange(const L3::VrfName& /*key*/, const Vrf* /*previous*/, const Vrf* /*current*/) {
+    ++vrfVersion_;
+  }
+
   NameIndex<RulePlace, const Policy> rulesOfServices_;
   std::uint64_t lastPlace_ = 0;
+  std::uint64_t vrfVersion_ = 0;
 };
 
 }  // namespace Firewall

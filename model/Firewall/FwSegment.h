@@ -42,11 +42,8 @@ class PITH_EXPORT FwSegment : public Kiv::Entity {
   KIV_MAP_INDEXED(Lanx::IpGenAddrWithMask, bool, subnets, indexSubnet)
   KIV_CHILDREN(Lanx::IntfId, FwIntfVlanRangeSet, intfVlanRangeSet)
   KIV_MAP_INDEXED(Pith::String, FwFromSegment, fromSegment, indexFromSegment)
-  KIV_VALUE(Pith::Ptr<FwPolicy>, fallbackPolicy)                    // when no from-segment matches
-  KIV_IMPL_DECLARE(className, ::Kiv::ValueAttribute<Pith::String>)  // a value with an index
-
-  const Pith::String& className() const noexcept { return className_.get(); }
-  void classNameIs(const Pith::String& name);
+  KIV_VALUE(Pith::Ptr<FwPolicy>, fallbackPolicy)  // when no from-segment matches
+  KIV_VALUE_INDEXED(Pith::String, className, indexClassName)
 
   // The first segment by name, behind `after` when one is given, that has this one as a
   // from-segment, under whatever name; or none. Costs O(log of those); they may change between two
@@ -67,6 +64,8 @@ class PITH_EXPORT FwSegment : public Kiv::Entity {
   // At the segments that this one receives from.
   void indexFromSegment(const Pith::String& from, const FwFromSegment* previous,
                         const FwFromSegment* current);
+  // Among the users of class maps.
+  void indexClassName(const Pith::String& previous, const Pith::String& current);
 
   friend class FwSegmentDir;
   void receiverAdd(const Pith::String& segment);
@@ -88,10 +87,7 @@ class PITH_EXPORT FwSegmentDir : public Kiv::Entity {
     if (previous != nullptr) unindex(*previous);
     indexSegment(name, previous, current);
   }
-  // Keep the index of the class maps' users, and that of receivers: a segment changes its class
-  // map, or has gone.
-  void indexClassName(FwSegment& segment, const Pith::String& previous,
-                      const Pith::String& current);
+  // A segment has gone from the indexes of the class maps' users and of receivers.
   void unindex(const FwSegment& gone) noexcept;
   // The index, or null for none, and the place of this directory in it.
   virtual ClassUsers* classUsers() noexcept { return &l2ClassUsers_; }
@@ -108,10 +104,14 @@ class PITH_EXPORT FwVrf : public FwSegmentDir {
   using FwSegmentDir::FwSegmentDir;
   KIV_MAP(Lanx::IpGenPrefix, Pith::String, prefixList)  // prefix to the segment that owns it
 
-  // The segment with the smallest name, other than `except`, that has the subnet, host bits and
-  // all, among its `subnets`; null when there is none. O(1) for a subnet that one segment has.
+  // The segment with the smallest name, or with the smallest other than `except`, that has the
+  // subnet, host bits and all, among its `subnets`; null when there is none. O(1) for a subnet that
+  // one segment has.
+  Pith::Ptr<const FwSegment> segmentHolding(const Lanx::IpGenAddrWithMask& subnet) const {
+    return subnetHolders_.first(subnet);
+  }
   Pith::Ptr<const FwSegment> segmentHolding(const Lanx::IpGenAddrWithMask& subnet,
-                                            const Pith::String& except = {}) const {
+                                            const Pith::String& except) const {
     return subnetHolders_.first(subnet, except);
   }
 

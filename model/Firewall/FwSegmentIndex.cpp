@@ -5,20 +5,12 @@
 
 namespace Firewall {
 
-void FwSegment::classNameIs(const Pith::String& name) {
-  if (name == className()) return;
-  if (auto* const directory = dynamic_cast<FwSegmentDir*>(parent())) {
-    directory->indexClassName(*this, className(), name);
-  }
-  className_.set(*this, classNameField, name);
-}
-
-void FwSegmentDir::indexClassName(FwSegment& segment, const Pith::String& previous,
-                                  const Pith::String& current) {
-  ClassUsers* const users = classUsers();
+void FwSegment::indexClassName(const Pith::String& previous, const Pith::String& current) {
+  auto* const directory = dynamic_cast<FwSegmentDir*>(parent());
+  ClassUsers* const users = directory == nullptr ? nullptr : directory->classUsers();
   if (users == nullptr) return;
-  const ClassPlace place{order(), segment.name()};
-  if (!current.empty()) users->add(current, place, segment);
+  const ClassPlace place{directory->order(), name()};
+  if (!current.empty()) users->add(current, place, *this);
   if (!previous.empty()) users->remove(previous, place);
 }
 

@@ -18,7 +18,9 @@ ListSource::Alternative ListSource::alternative() const {
   return static_cast<Alternative>(tag_);
 }
 
-Pith::String ListSource::name() const { return isNone() ? Pith::String() : name_; }
+Pith::String ListSource::name() const {
+  return alternative() == Alternative::none ? Pith::String() : name_;
+}
 
 void ListSource::appendTo(std::string& out) const {
   switch (tag_) {

@@ -35,7 +35,11 @@ class PITH_EXPORT ListSource {
   Alternative alternative() const;
   // The list's name; empty for none. Raises the same.
   Pith::String name() const;
-  bool isNone() const { return alternative() == Alternative::none; }
+  // Whether it is of that alternative, which one with another tag is not; raises nothing.
+  bool is(Alternative alternative) const noexcept {
+    return tag_ == static_cast<std::uint8_t>(alternative);
+  }
+  bool isNone() const noexcept { return is(Alternative::none); }
 
   friend bool operator==(const ListSource&, const ListSource&) = default;
   void appendTo(std::string& out) const;

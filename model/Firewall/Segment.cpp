@@ -1,8 +1,6 @@
 // The index of the segments that name a from-segment or a policy.
 #include "model/Firewall/Segment.h"
 
-#include <utility>
-
 namespace Firewall {
 
 std::optional<SegmentDir::Dependent> SegmentDir::segmentNaming(const Pith::String& from,
@@ -50,11 +48,9 @@ void Segment::indexPolicy(const Pith::String& from, const Pith::String* previous
   }
 }
 
-void Segment::fallbackPolicyIs(Pith::String name) {
-  if (auto* const directory = dynamic_cast<SegmentDir*>(parent())) {
-    SegmentDir::update(directory->policies_, *this, &fallbackPolicy(), &name);
-  }
-  fallbackPolicy_.set(*this, fallbackPolicyField, std::move(name));
+void Segment::indexFallbackPolicy(const Pith::String& previous, const Pith::String& current) {
+  auto* const directory = dynamic_cast<SegmentDir*>(parent());
+  if (directory != nullptr) SegmentDir::update(directory->policies_, *this, &previous, &current);
 }
 
 }  // namespace Firewall

@@ -9,6 +9,7 @@
 #include "framework/Kiv/Entity.h"
 #include "framework/Lanx/Prefix.h"
 #include "framework/Pith/String.h"
+#include "model/Firewall/ChoiceWatch.h"
 #include "model/Firewall/GlobalPrefixes.h"
 #include "model/Firewall/ListSource.h"
 #include "model/Firewall/NameIndex.h"
@@ -27,13 +28,13 @@ class PITH_EXPORT Segment : public Kiv::Entity {
   KIV_KEY(Segment, Pith::String, name)
   KIV_VALUE(Pith::String, className)  // the class map with its interfaces
   KIV_ORDERED_MAP_INDEXED(Pith::String, Pith::String, policy,
-                          indexPolicy)                                   // from-segment to policy
-  KIV_IMPL_DECLARE(fallbackPolicy, ::Kiv::ValueAttribute<Pith::String>)  // empty: none
-  KIV_VALUE(ListSource, prefixIpv4Ml)
-  KIV_VALUE(ListSource, prefixIpv6Ml)
+                          indexPolicy)                                  // from-segment to policy
+  KIV_VALUE_INDEXED(Pith::String, fallbackPolicy, indexFallbackPolicy)  // empty: none
+  KIV_VALUE_INDEXED(ListSource, prefixIpv4Ml, tellIpv4Choice)
+  KIV_VALUE_INDEXED(ListSource, prefixIpv6Ml, tellIpv6Choice)
 
-  const Pith::String& fallbackPolicy() const noexcept { return fallbackPolicy_.get(); }
-  void fallbackPolicyIs(Pith::String name);
+  // Joins those that hear at once of another choice of lists.
+  void choiceWatchIs(ChoiceWatch& watch) const noexcept { choiceWatches_.join(watch); }
 
  private:
   friend class SegmentDir;
@@ -41,9 +42,17 @@ class PITH_EXPORT Segment : public Kiv::Entity {
   // Keep the SegmentDir's index of who names which from-segments and policies.
   void indexPolicy(const Pith::String& from, const Pith::String* previous,
                    const Pith::String* current);
+  void indexFallbackPolicy(const Pith::String& previous, const Pith::String& current);
+  void tellIpv4Choice(const ListSource& /*previous*/, const ListSource& /*current*/) {
+    choiceWatches_.tell(Lanx::AddressFamily::ipv4);
+  }
+  void tellIpv6Choice(const ListSource& /*previous*/, const ListSource& /*current*/) {
+    choiceWatches_.tell(Lanx::AddressFamily::ipv6);
+  }
 
   // In the order of the SegmentDir's segments. The SegmentDir sets it when the segment joins them.
   mutable std::uint64_t place_ = 0;
+  mutable ChoiceWatches choiceWatches_;
 };
 
 class PITH_EXPORT SegmentDir : public Kiv::Entity {

@@ -40,6 +40,11 @@ void SubnetHolders::remove(const Lanx::IpGenAddrWithMask& subnet,
   if (shared != nullptr && shared->value.empty()) others_.erase(subnet);
 }
 
+const FwSegment* SubnetHolders::first(const Lanx::IpGenAddrWithMask& subnet) const {
+  const auto* const entry = first_.find(subnet);
+  return entry == nullptr ? nullptr : entry->value;
+}
+
 const FwSegment* SubnetHolders::first(const Lanx::IpGenAddrWithMask& subnet,
                                       const Pith::String& except) const {
   const auto* const entry = first_.find(subnet);

@@ -2,7 +2,7 @@
 //
 //   holders.add(subnet, web);
 //   holders.add(subnet, backend);
-//   holders.first(subnet, "");              // backend, the smallest name
+//   holders.first(subnet);                  // backend, the smallest name
 //   holders.first(subnet, "backend");       // web
 //
 // Nearly every subnet has one holder, which stands beside it; the further ones of a shared subnet
@@ -28,7 +28,9 @@ class PITH_EXPORT SubnetHolders {
   // Does nothing where the segment is no holder.
   void remove(const Lanx::IpGenAddrWithMask& subnet, const FwSegment& segment) noexcept;
 
-  // The holder with the smallest name other than `except`; null when there is none.
+  // The holder with the smallest name, or with the smallest other than `except`; null when there is
+  // none.
+  const FwSegment* first(const Lanx::IpGenAddrWithMask& subnet) const;
   const FwSegment* first(const Lanx::IpGenAddrWithMask& subnet, const Pith::String& except) const;
 
   // The memory held beside the object itself, without that of shared subnets.

@@ -11,6 +11,7 @@
 #include "framework/Kiv/Text.h"
 #include "framework/Pith/Publisher.h"
 #include "tests/support/TraceCapture.h"
+#include "tests/support/TracesAndWrites.h"
 #include "tests/support/WriteRecorder.h"
 
 namespace {
@@ -39,9 +40,9 @@ TEST_F(ActiveWorkManagerTest, FlagFallsOnlyWithTheLastOfTwoHandles) {
   Handle second(manager);
   EXPECT_EQ(manager->activeHandles(), 2U);
   EXPECT_TRUE(hwConfig->updateInProgress());
-  first.handleDestroyed();
+  first.close();
   EXPECT_TRUE(hwConfig->updateInProgress());
-  second.handleDestroyed();
+  second.close();
   EXPECT_FALSE(hwConfig->updateInProgress());
   EXPECT_THAT(recorder.take(),
               ElementsAre("~ updateInProgress = true", "~ updateInProgress = false"));
@@ -64,9 +65,9 @@ TEST_F(ActiveWorkManagerTest, FlagLoweredFromOutsideIsRaisedByTheNextHandle) {
   hwConfig->updateInProgressIs(false);
   Handle second(manager);
   EXPECT_TRUE(hwConfig->updateInProgress());
-  first.handleDestroyed();
+  first.close();
   EXPECT_TRUE(hwConfig->updateInProgress());
-  second.handleDestroyed();
+  second.close();
   EXPECT_FALSE(hwConfig->updateInProgress());
 }
 
@@ -77,16 +78,77 @@ TEST_F(ActiveWorkManagerTest, FlagRaisedFromOutsideIsNotWrittenAgainButLoweredAt
   EXPECT_THAT(recorder.take(), ElementsAre("~ updateInProgress = false"));
 }
 
-TEST_F(ActiveWorkManagerTest, ClosedHandleDoesNotCountAgain) {
+TEST_F(ActiveWorkManagerTest, FlagIsLoweredAtTheEndWhoeverRaisedItMeanwhile) {
+  Handle first(manager);
+  hwConfig->updateInProgressIs(false);
+  hwConfig->updateInProgressIs(true);
+  recorder.take();
+  first.close();
+  EXPECT_THAT(recorder.take(), ElementsAre("~ updateInProgress = false"));
+}
+
+TEST_F(ActiveWorkManagerTest, EndOfTheWorkIsTracedThoughTheFlagWasLoweredBefore) {
+  Handle handle(manager);
+  hwConfig->updateInProgressIs(false);
+  const TestSupport::TraceCapture traces(6);
+  handle.close();
+  EXPECT_THAT(traces.texts(), ElementsAre("set updateInProgress to false"));
+}
+
+TEST_F(ActiveWorkManagerTest, RaisedFlagIsTracedOnlyByWhoWritesIt) {
+  hwConfig->updateInProgressIs(true);
+  const TestSupport::TraceCapture traces(6);
+  const Handle handle(manager);
+  EXPECT_THAT(traces.records(), IsEmpty());
+}
+
+TEST_F(ActiveWorkManagerTest, FlagIsTracedOnceItIsWritten) {
+  const TestSupport::TracesAndWrites events(recorder);
+  { const Handle handle(manager); }
+  EXPECT_THAT(
+      events.events(),
+      ElementsAre("8 [Handle] Active work handles 1", "~ updateInProgress = true",
+                  "6 [Handle] set updateInProgress to true", "8 [Handle] Active work handles 0",
+                  "~ updateInProgress = false", "6 [Handle] set updateInProgress to false"));
+}
+
+TEST_F(ActiveWorkManagerTest, ClosedHandleIsEmptyAndDoesNotCountAgain) {
   Handle outer(manager);
   {
     Handle handle(manager);
-    handle.handleDestroyed();
+    handle.close();
     EXPECT_EQ(handle.manager(), nullptr);
     EXPECT_EQ(manager->activeHandles(), 1U);
+    handle.close();
     handle.handleDestroyed();
   }
   EXPECT_EQ(manager->activeHandles(), 1U);
+}
+
+TEST_F(ActiveWorkManagerTest, StepsThatAreTakenByHandPairBesideThoseOfTheHandleItself) {
+  {
+    Handle handle(manager);
+    handle.handleInitialized();
+    EXPECT_EQ(manager->activeHandles(), 2U);
+    handle.handleDestroyed();
+    EXPECT_EQ(manager->activeHandles(), 1U);
+    EXPECT_TRUE(hwConfig->updateInProgress());
+  }
+  EXPECT_EQ(manager->activeHandles(), 0U);
+  EXPECT_FALSE(hwConfig->updateInProgress());
+}
+
+TEST_F(ActiveWorkManagerTest, CloseWithoutAnOpenWrapsTheCountAndLeavesTheFlag) {
+  Handle open(manager);
+  {
+    Handle handle(manager);
+    handle.handleDestroyed();
+    handle.handleDestroyed();  // that of `open`
+    EXPECT_FALSE(hwConfig->updateInProgress());
+    hwConfig->updateInProgressIs(true);
+  }
+  EXPECT_EQ(manager->activeHandles(), ~0U);
+  EXPECT_TRUE(hwConfig->updateInProgress());
 }
 
 TEST_F(ActiveWorkManagerTest, CopyCountsForItselfAndMoveDoesNot) {

@@ -1,11 +1,7 @@
-// What holds for every reactor: it is in the type tables under its name, and ignores what a later
-// version of an input tells beside what is known today.
+// What holds for every reactor: it ignores what a later version of an input tells beside what is
+// known today, and counts its children for who asks by name.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "Firewall/RootFeatureEnableSm.h"
 #include "Firewall/RootSm.h"
@@ -83,38 +79,6 @@ TEST_F(AllReactorsTest, IgnoreFieldsThatTheyDoNotKnow) {
   tellNested(pathSm->aclIpv6PrefixList("servers6"));
   EXPECT_THAT(sw().recorder.take(), IsEmpty());
   EXPECT_THAT(traces.records(), IsEmpty());
-}
-
-TEST_F(AllReactorsTest, AreInTheTypeTables) {
-  const auto vrfSm = rootSm().vrfSm("red");
-  const auto segmentSm = vrfSm->segmentSm("users");
-  const auto pathSm = segmentSm->mlConfigPathSm("path");
-  const auto classMap = rootSm().classMap("__segment_voice");
-  const std::vector<std::pair<const Kiv::Object*, const char*>> named{
-      {sw().root.get(), "RootDirSm"},
-      {sw().root->rootFeatureSm("cli").get(), "RootFeatureEnableSm"},
-      {&rootSm(), "RootSm"},
-      {rootSm().policy("web-only").get(), "RootSm::PolicySm"},
-      {rootSm().service("web").get(), "RootSm::ServiceSm"},
-      {classMap.get(), "RootSm::ClassMapSm"},
-      {classMap->intfVlanData(Lanx::IntfId{std::string_view("Ethernet1")}).get(),
-       "RootSm::ClassMapSm::NestedSm_IntfVlanData"},
-      {vrfSm.get(), "VrfSm"},
-      {segmentSm.get(), "SegmentSM"},
-      {pathSm.get(), "MatchListConfigPathSm"},
-      {pathSm->matchIpv4PrefixList("offices").get(),
-       "MatchListConfigPathSm::NestedSm_MatchIpv4PrefixList"},
-      {pathSm->matchIpv6PrefixList("offices6").get(),
-       "MatchListConfigPathSm::NestedSm_MatchIpv6PrefixList"},
-      {pathSm->aclIpv4PrefixList("servers").get(),
-       "MatchListConfigPathSm::NestedSm_AclIpv4PrefixList"},
-      {pathSm->aclIpv6PrefixList("servers6").get(),
-       "MatchListConfigPathSm::NestedSm_AclIpv6PrefixList"},
-  };
-  for (const auto& [reactor, name] : named) {
-    ASSERT_TRUE(reactor) << name;
-    EXPECT_EQ(reactor->typeData().name, "Firewall::" + std::string(name));
-  }
 }
 
 TEST_F(AllReactorsTest, CountTheirChildrenForWhoAsksByName) {

@@ -12,6 +12,7 @@
 namespace Firewall {
 namespace {
 
+using ::testing::ElementsAre;
 using TestSupport::TraceCapture;
 
 Lanx::IntfId intf(const std::string& name) { return Lanx::IntfId(Pith::String(name)); }
@@ -84,6 +85,28 @@ TEST_F(ClassMapNameTest, InterfaceOfAnotherVrf) {
   EXPECT_FALSE(inVrf("__VRF_red_segment_web", "Ethernet1"));
   EXPECT_TRUE(traces.saw(3, "doCheckIntfInVrf",
                          "Interface Ethernet1 is not in configured VRF red but in blue"));
+}
+
+TEST_F(ClassMapNameTest, TheVrfNameIsReadOnlyForAnInterfaceThatIsRouted) {
+  const std::string tooLong = "__VRF_" + std::string(101, 'v') + "_segment_web";
+  {
+    const TraceCapture traces;
+    EXPECT_FALSE(inVrf(tooLong, "Ethernet1"));
+    EXPECT_THAT(traces.records(),
+                ElementsAre(TestSupport::TraceRecord{TestSupport::module, 3, "doCheckIntfInVrf",
+                                                     "Interface Ethernet1 is not a L3 interface"}));
+  }
+  ipStatus->ipIntfStatusIs(intf("Ethernet1"), L3::VrfName("red"));
+  EXPECT_THROW(inVrf(tooLong, "Ethernet1"), Pith::RangeException);
+}
+
+TEST_F(ClassMapNameTest, AVrfIsNamedWhereverTheMarkStandsInTheName) {
+  EXPECT_FALSE(inVrf("site__VRF_red_segment_web", "Ethernet1"));
+  EXPECT_FALSE(inVrf("__segment_x__VRF_red_segment_web", "Ethernet1"));
+  ipStatus->ipIntfStatusIs(intf("Ethernet1"), L3::VrfName("red"));
+  EXPECT_TRUE(inVrf("site__VRF_red_segment_web", "Ethernet1"));
+  EXPECT_TRUE(inVrf("__segment_x__VRF_red_segment_web", "Ethernet1"));
+  EXPECT_FALSE(inVrf("site__VRF_blue_segment_web", "Ethernet1"));
 }
 
 TEST_F(ClassMapNameTest, L2ClassMapTakesEveryInterfaceWithoutALookUp) {

@@ -275,4 +275,16 @@ TEST_F(GlobalPrefixDeathTest, AMissingVrfOrAStrayEntityEndsTheProcess) {
   EXPECT_DEATH(sm->processGlobalPrefixesForSegment("a"), "fwVrf && \" fwVrf not found\"");
 }
 
+TEST_F(GlobalPrefixTest, APrefixOfAVrfThatLeftTheOutputIsNeitherUpdatedNorRemoved) {
+  sw().start();
+  sw().hwConfig->vrfDel("red");
+  sw().recorder.take();
+  for (const char* const name : {"a", ""}) {
+    const TraceCapture traces;
+    vrfSm()->updateOrRemoveGlobalPrefix(Lanx::IpGenPrefix::parse("10.0.0.0/8"), name);
+    EXPECT_THAT(traces.records(), IsEmpty());
+  }
+  EXPECT_THAT(sw().recorder.take(), IsEmpty());
+}
+
 }  // namespace

@@ -4,12 +4,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "framework/Pith/RangeException.h"
 #include "tests/Firewall/PathFixture.h"
+#include "tests/support/TraceCapture.h"
 
 namespace {
 
@@ -99,6 +101,74 @@ TEST_F(ListReactorsTest, OneThatJoinsBeforeTheOthersHeardOfAListThatWentHasIt) {
   EXPECT_THAT(subnets("b"), IsEmpty());
 }
 
+// The reactor that a subscriber makes while the others have not heard of the lists that changed
+// holds those that are there, and follows them.
+TEST_F(ListReactorsTest, OneThatJoinsWhileAListIsReplacedFollowsTheNewOne) {
+  matchList("web", {"10.0.0.0/8"});
+  segment("b")->prefixIpv4MlIs(ListSource::matchList("web"));
+  const auto lists = sw().matchLists("lists");
+  bool isGone = false;
+  const TestSupport::OnWrite first(lists, [&](const Kiv::TreeChange& change) {
+    if (change.path != "matchIpv4PrefixList/web") return;
+    if (!lists->matchIpv4PrefixListHas("web")) {
+      isGone = true;
+      matchList("web", {"10.1.0.0/16"});
+    } else if (isGone) {
+      reactor("b");
+    }
+  });
+  const auto sm = reactor("a");
+  segment("a")->prefixIpv4MlIs(ListSource::matchList("web"));
+  lists->matchIpv4PrefixListDel("web");
+  matchListAdd("web", "10.2.0.0/16");
+  for (const char* const name : {"a", "b"}) {
+    EXPECT_THAT(subnets(name), ElementsAre("10.1.0.0/16", "10.2.0.0/16")) << name;
+    EXPECT_THAT(held(reactor(name)), ElementsAre("web")) << name;
+  }
+}
+
+TEST_F(ListReactorsTest, OneThatJoinsWhileAListGoesAndAnotherComesFollowsThatOne) {
+  matchList("web", {"10.0.0.0/8"});
+  segment("b")->prefixIpv4MlIs(ListSource::matchList("mail"));
+  const auto lists = sw().matchLists("lists");
+  const TestSupport::OnWrite first(lists, [&](const Kiv::TreeChange& change) {
+    if (change.path == "matchIpv4PrefixList/web") lists->matchIpv4PrefixListIs("mail");
+    if (change.path == "matchIpv4PrefixList/mail") reactor("b");
+  });
+  const auto sm = reactor("a");
+  lists->matchIpv4PrefixListDel("web");
+  matchListAdd("mail", "10.2.0.0/16");
+  EXPECT_THAT(subnets("b"), ElementsAre("10.2.0.0/16"));
+  for (const char* const name : {"a", "b"}) {
+    EXPECT_THAT(held(reactor(name)), ElementsAre("mail")) << name;
+  }
+}
+
+// A subscriber that hears of a segment's choice before its reactor does adds to the list: the
+// reactor is told of that, and claims the prefix, before it takes the rest of the list; also when
+// nobody traces.
+TEST_F(ListReactorsTest, WhoHearsOfAListThatIsBeingChosenDoesNotDependOnTraces) {
+  sw().hwCapability->globalPrefixListSupportedIs(true);
+  for (const bool isTraced : {false, true}) {
+    std::optional<TestSupport::TraceCapture> traces;
+    if (isTraced) traces.emplace(8, "Firewall/*");
+    const std::string name = isTraced ? "traced" : "untraced";
+    matchList(name, {"10.0.0.0/8"});
+    bool isFirst = true;
+    const TestSupport::OnWrite early(segment(name), [&](const Kiv::TreeChange&) {
+      if (std::exchange(isFirst, false)) matchListAdd(name, "10.1.0.0/16");
+    });
+    reactor(name);
+    std::vector<std::string> claimed;
+    const std::string local = "vrf/red/segment/" + name + "/subnets/";
+    const TestSupport::OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+      if (change.path.starts_with(local)) claimed.push_back(change.path.substr(local.size()));
+    });
+    segment(name)->prefixIpv4MlIs(ListSource::matchList(name));
+    EXPECT_THAT(claimed, ElementsAre("10.1.0.0%2F16", "10.0.0.0%2F8")) << name;
+  }
+}
+
 TEST_F(ListReactorsTest, AChoiceThatCannotBeReadKeepsNobodyFromHearing) {
   matchList("web", {"10.0.0.0/8"});
   for (const char* const name : {"a", "b", "c"}) {
@@ -123,6 +193,21 @@ TEST_F(ListReactorsTest, AReactorThatIsMadeWhileNotificationsAreOffHasThemOff) {
   EXPECT_FALSE(sm->matchIpv4PrefixList("web")->hasNotificationActive());
   sm->hasNotificationActiveIs(true);
   EXPECT_TRUE(sm->matchIpv4PrefixList("web")->hasNotificationActive());
+}
+
+TEST_F(ListReactorsTest, AReactorThatIsPointedAtNothingIsFoundUnderItsNameAndMadeAnew) {
+  matchList("web", {"10.0.0.0/8"});
+  matchList("mail", {"10.1.0.0/16"});
+  const auto sm = reactor("a");
+  for (const char* const name : {"web", "mail"}) {
+    sm->matchIpv4PrefixList(name)->notifierIs(nullptr);
+  }
+  EXPECT_FALSE(sm->matchIpv4PrefixList("web")->notifier());
+  EXPECT_FALSE(sm->matchIpv4PrefixList("mail")->notifier());
+  sm->hasNotificationActiveIs(false);
+  sm->hasNotificationActiveIs(true);
+  EXPECT_EQ(sm->matchIpv4PrefixList("web")->notifier(),
+            sw().matchLists("lists")->matchIpv4PrefixList("web"));
 }
 
 TEST_F(ListReactorsTest, WhatIsNoPathAmongThePathsHasNoLists) {

@@ -171,7 +171,8 @@ TYPED_TEST(MatchListSwitchTest, AfterItsCleanupAReactorDoesNothing) {
   TestSupport::TraceCapture traces(8, "Firewall/*");
   sm->cleanup();
   EXPECT_TRUE(traces.saw(TypeParam::cleanLevel, TypeParam::cleanName, " segment: a name: lists"));
-  EXPECT_FALSE(sm->initialized());
+  EXPECT_FALSE(sm->isWorking());
+  EXPECT_TRUE(sm->initialized());
   traces.clear();
   sm->cleanup();
   EXPECT_THAT(traces.texts(), IsEmpty());

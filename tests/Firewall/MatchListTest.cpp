@@ -308,11 +308,26 @@ TYPED_TEST(MatchListTest, AMeaninglessChoiceRaisesTheRangeError) {
   expectError([&] { TypeParam::handle(*sm); });
   expectError([&] { TypeParam::handle(*sm, "web"); });
   expectError([&] { this->matchListAdd("web", this->net(3)); });
-  expectError([&] { sm->isMatchListConfigured(TypeParam::family); });
+  EXPECT_TRUE(sm->isMatchListConfigured(TypeParam::family)) << "it is another than none";
   EXPECT_THAT(this->subnets("a"), ElementsAre(this->net(1), this->net(2)));
   // A list still gets its reactor.
   expectError([&] { TypeParam::matchListIs(*this->sw().matchLists("lists"), "mail"); });
   EXPECT_TRUE(sm->matchIpv4PrefixListHas("mail") || sm->matchIpv6PrefixListHas("mail"));
+}
+
+TYPED_TEST(MatchListTest, WhetherAMeaninglessChoiceIsOfAPrefixListIsTracedBeforeItIsRefused) {
+  const auto sm = this->applied();
+  const TestSupport::TraceCapture traces(8, "Firewall/*");
+  EXPECT_THROW(TypeParam::choose(*this->segment("a"), ListSource(3, "web")), Pith::RangeException);
+  EXPECT_TRUE(traces.saw(8, TypeParam::handleName, " usePrefixList: false"));
+}
+
+TYPED_TEST(MatchListTest, AMeaninglessChoiceOfAnotherSourceRaisesNothing) {
+  const auto sm = this->applied();
+  TypeParam::choose(*this->segment("a", "cloud"), ListSource(3, "web"));
+  TypeParam::choose(*this->segment("a"), ListSource());
+  EXPECT_THAT(this->subnets("a"), ElementsAre(this->net(1), this->net(2)))
+      << "it is another than none";
 }
 
 TYPED_TEST(MatchListTest, AZombieIgnoresWhatItIsTold) {

@@ -217,6 +217,45 @@ TEST_F(PrefixClassificationTest, ASubscribersExceptionLeavesBothListsWritten) {
   EXPECT_THAT(subnets("a"), IsEmpty());
 }
 
+// A subscriber that changes which sources have the VRF while a run of subnets is written.
+TEST_F(PrefixClassificationTest, AGlobalPrefixThatASourceGainsUnderARunIsLeftAlone) {
+  matchList("web", {"10.0.0.0/8", "11.0.0.0/8"});
+  reactor("a");
+  segment("b");
+  const auto other = sw().source("api");
+  other->enabledIs(true);
+  const TestSupport::OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+    if (change.path != "vrf/red/segment/a/subnets/10.0.0.0%2F8") return;
+    other->vrfIs("red")->prefixIs(TestSupport::prefix("11.0.0.0/8"), "b");
+  });
+  segment("a")->prefixIpv4MlIs(Firewall::ListSource::matchList("web"));
+  EXPECT_EQ(owner("10.0.0.0/8"), "a");
+  EXPECT_EQ(owner("11.0.0.0/8"), "") << "it is the global configuration's to write";
+}
+
+TEST_F(PrefixClassificationTest, AGlobalPrefixThatLeavesWithItsSourceUnderARunIsTheListsAgain) {
+  matchList("web", {"10.0.0.0/8", "11.0.0.0/8"});
+  reactor("a");
+  sw().source("api")->vrfIs("red")->prefixIs(TestSupport::prefix("11.0.0.0/8"), "b");
+  const TestSupport::OnWrite onWrite(sw().hwConfig, [&](const Kiv::TreeChange& change) {
+    if (change.path != "vrf/red/segment/a/subnets/10.0.0.0%2F8") return;
+    sw().fwConfigDir->entityDel("api");
+  });
+  segment("a")->prefixIpv4MlIs(Firewall::ListSource::matchList("web"));
+  EXPECT_EQ(owner("11.0.0.0/8"), "a");
+}
+
+TEST_F(PrefixClassificationTest, WithoutTheCapabilityNobodyLooksForSources) {
+  sw().hwCapability->globalPrefixListSupportedIs(false);
+  add("a", "10.0.0.0/8");
+  sw().fwConfigDir->newEntity<MatchList::Config>("stray");
+  add("a", "11.0.0.0/8");
+  EXPECT_THAT(subnets("a"), ElementsAre("10.0.0.0/8", "11.0.0.0/8"));
+  remove("a", "10.0.0.0/8");
+  reactor("a")->cleanup();
+  EXPECT_THAT(subnets("a"), IsEmpty());
+}
+
 using PrefixClassificationDeathTest = PrefixClassificationTest;
 
 TEST_F(PrefixClassificationDeathTest, AnEntityThatIsNoSourceEndsTheProcess) {

@@ -219,6 +219,17 @@ TEST_F(RootDirSmTest, CleanupTakesEachSourceDownThenEmptiesTheOutputUnderOneHand
   EXPECT_EQ(traces.count(6, "Handle", "set updateInProgress to true"), 1U);
 }
 
+TEST_F(RootDirSmTest, InitializedStaysWhenItIsCleanedUp) {
+  sw().source("cli")->enabledIs(true);
+  sw().start();
+  const auto rootSm = sw().rootSm("cli");
+  sw().root->cleanup();
+  EXPECT_TRUE(sw().root->initialized());
+  EXPECT_FALSE(sw().root->isWorking());
+  EXPECT_TRUE(rootSm->initialized());
+  EXPECT_FALSE(rootSm->isWorking());
+}
+
 TEST_F(RootDirSmTest, SecondCleanupChangesNothingAndNoSourceComesBack) {
   sw().source("cli")->enabledIs(true);
   sw().start();
@@ -339,8 +350,10 @@ TEST_F(RootDirSmTest, WithoutDirectoryThereAreNoSources) {
 TEST_F(RootDirSmTest, LeavesNothingInTheOutputWhenItCannotStart) {
   TestSupport::shareConfiguration(sw());
   TestSupport::fullSource(sw(), "cli")->enabledIs(true);
-  sw().fieldSetConfig->fieldSetL4PortIs("wrong")->subConfigIs("l2")->portsIs({443, 80});
-  sw().appRecConfig->appIs("wrong")->dstPortFieldSetIs("wrong");
+  const std::string tooLong = "__VRF_" + std::string(101, 'v') + "_segment_z";
+  const auto cli = sw().source("cli");
+  cli->classMapIs(tooLong)->intfVlanDataIs(Lanx::IntfId{std::string_view("Ethernet5")});
+  cli->vrfIs("default")->segmentIs("z")->classNameIs(tooLong);
   EXPECT_THROW(sw().start(), Pith::RangeException);
   EXPECT_FALSE(sw().hwConfig->active());
   EXPECT_TRUE(sw().hwConfig->vrf().empty());

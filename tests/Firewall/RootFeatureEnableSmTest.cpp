@@ -65,6 +65,14 @@ TEST_F(RootFeatureEnableSmTest, EnablingTwiceInARowKeepsOneRootSmAndOnlyReEvalua
               ElementsAre("handleFeatureStatus", "evaluateHwConfigEnableStatus"));
 }
 
+TEST_F(RootFeatureEnableSmTest, EachHandlingOfAnEnabledSourceIsTracedAsTheFirst) {
+  sw().source("cli")->enabledIs(true);
+  sw().start();
+  const TraceCapture traces(5);
+  sw().root->rootFeatureSm("cli")->handleFeatureStatus();
+  EXPECT_THAT(traces.texts(), ElementsAre(" Creating RootSm: cli", " Setting active status: true"));
+}
+
 TEST_F(RootFeatureEnableSmTest, EnablingCreatesTheRootSmBeforeTheEvaluation) {
   const auto cli = sw().source("cli");
   sw().start();

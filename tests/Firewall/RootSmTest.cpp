@@ -124,6 +124,26 @@ TEST_F(RootSmTest, VrfConfiguredButAbsentFromTheIpStatusGetsNoReactorUntilItIsLi
   EXPECT_FALSE(sw().hwConfig->vrfHas("red"));
 }
 
+TEST_F(RootSmTest, VrfThatIsNotPresentIsNamedAloneWhetherItIsConfiguredOrNot) {
+  const auto cli = started();
+  cli->vrfIs("red");
+  sw().ipStatus->vrfIs(L3::VrfName("listed"));
+  for (const std::string name : {"red", "nowhere"}) {
+    const TraceCapture traces;
+    sw().rootSm("cli")->handleVrf(L3::VrfName(name));
+    EXPECT_THAT(
+        traces.records(),
+        ElementsAre(TestSupport::TraceRecord{TestSupport::module, 8, "handleVrf", ": " + name},
+                    TestSupport::TraceRecord{TestSupport::module, 3, "handleVrf",
+                                             name + " doesn't exist."}));
+  }
+  for (const std::string name : {"listed", "default"}) {
+    const TraceCapture traces;
+    sw().rootSm("cli")->handleVrf(L3::VrfName(name));
+    EXPECT_THAT(traces.texts(), ElementsAre(": " + name));
+  }
+}
+
 TEST_F(RootSmTest, DefaultVrfIsAlwaysPresent) {
   const auto cli = started();
   cli->vrfIs("default");

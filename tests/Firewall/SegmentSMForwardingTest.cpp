@@ -55,6 +55,20 @@ TEST_F(SegmentSMForwardingTest, ServiceThatComesLaterReceivesFromTheSubscribers)
   EXPECT_THAT(from("service"), ElementsAre("users=p"));
 }
 
+TEST_F(SegmentSMForwardingTest, RemovingThePolicyUnlinksTheSubscribersBeforeItGoes) {
+  service("service");
+  users("users", "Ethernet1", "service");
+  policy("q");
+  segment("red", "service")->policyIs("forwarding-segments", "q");
+  ASSERT_THAT(from("service"), ElementsAre("users=q"));
+  sw().recorder.take();
+  cli->policyDel("q");
+  EXPECT_THAT(from("service"), IsEmpty());
+  EXPECT_THAT(from("users"), ElementsAre("service=p"));
+  EXPECT_THAT(sw().recorder.take(),
+              ElementsAre("- vrf/red/segment/service/fromSegment/users", "- policy/q"));
+}
+
 TEST_F(SegmentSMForwardingTest, LinkIsTraced) {
   service("service");
   const TraceCapture traces;
@@ -183,13 +197,6 @@ TEST_F(SegmentSMForwardingTest, PolicyThatAppearsLaterLinksAtTheNextReport) {
   EXPECT_THAT(from("service"), IsEmpty());
   segmentSm("red", "users")->updateLocalDataForVrfSegment();
   EXPECT_THAT(from("service"), ElementsAre("users=late"));
-}
-
-TEST_F(SegmentSMForwardingTest, LinkOutlivesThePolicyThatForwardingSegmentsNames) {
-  service("service");
-  users("users", "Ethernet1", "service");
-  cli->policyDel("p");
-  EXPECT_THAT(from("service"), ElementsAre("users=p"));
 }
 
 TEST_F(SegmentSMForwardingTest, LinkFromASubscriberThatLostItsInterfacesStaysUntilItIsMadeAnew) {

@@ -265,6 +265,24 @@ TEST_F(SegmentSMTest, InterfaceThatDoesNotExistIsTracedAndSkipped) {
   EXPECT_TRUE(traces.saw(8, "handleClassMap", "IntfEthernet9 not in intfStatus"));
 }
 
+TEST_F(SegmentSMTest, InterfaceThatIsBoundStaysSoWhenItIsSkipped) {
+  sw().interface("Ethernet1", "red");
+  for (const std::string name : {"__VRF_red_segment_a", "__segment_a"}) {
+    classMap(name, {"Ethernet1"});
+    const auto a = segment("red", "a");
+    a->classNameIs(name);
+    ASSERT_THAT(interfaces(fwSegment("red", "a")), ElementsAre("Ethernet1")) << name;
+    sw().intfStatusDir->intfStatusDel(intfNamed("Ethernet1"));
+    sw().recorder.take();
+    const TraceCapture traces;
+    segmentSm("red", "a")->handleClassMap();
+    EXPECT_TRUE(traces.saw(8, "handleClassMap", "IntfEthernet1 not in intfStatus"));
+    EXPECT_THAT(interfaces(fwSegment("red", "a")), ElementsAre("Ethernet1")) << name;
+    EXPECT_THAT(sw().recorder.take(), IsEmpty()) << name;
+    sw().intfStatusDir->intfStatusIs(intfNamed("Ethernet1"));
+  }
+}
+
 TEST_F(SegmentSMTest, InterfaceOfAnotherVrfIsUnbound) {
   subscriber("red", "a", {"Ethernet1"});
   segmentSm("red", "a")->hasNotificationActiveIs(false);
@@ -463,6 +481,26 @@ TEST_F(SegmentSMTest, FactoryTakesTheArgumentsInOrder) {
   EXPECT_EQ(other->attributes().inFirewall, cli->vrf(vrfNamed("red")));
   EXPECT_TRUE(other->hasNotificationActive());
   other->cleanup();
+}
+
+TEST_F(SegmentSMTest, WithoutInputsItMakesAnEmptySegment) {
+  segment("red", "a");
+  const auto& a = segmentSm("red", "a")->attributes();
+  const auto alone = Firewall::segmentSMFactory(
+      "b", a.vrfName, a.fwConfigDir, nullptr, a.inConfig, nullptr, a.fwVrfConfig,
+      a.outFirewallConfig, a.intfStatusDir, a.ipStatus, nullptr, a.rootSm, a.hwCapability, a.vrfSm,
+      a.aclListConfig, a.activeWorkManager);
+  ASSERT_TRUE(fwSegment("red", "b"));
+  alone->handleFromSegment();
+  alone->handleFromSegment("a");
+  alone->handleFallbackPolicy();
+  alone->handleMatchListConfigPath();
+  alone->handleMatchListConfigPath("lists");
+  alone->updateSubcriberSegment("a");
+  EXPECT_TRUE(alone->mlConfigPathSm().empty());
+  EXPECT_TRUE(fwSegment("red", "b")->fromSegment().empty());
+  alone->cleanup();
+  EXPECT_FALSE(fwSegment("red", "b"));
 }
 
 TEST_F(SegmentSMTest, SecondCleanupDoesNothing) {

@@ -154,4 +154,68 @@ TEST_F(SourcesFailureTest, SourceThatCannotStartLeavesWhatTheOthersHave) {
   expectWhole(0);
 }
 
+// A source whose start failed, beside one that runs: the output is active exactly while one of the
+// two is enabled.
+class SourceThatFailedTest : public SourcesFailureTest {
+ protected:
+  void SetUp() override {
+    SourcesFailureTest::SetUp();
+    sw().source("bgp")->policyIs("p");
+    sw().source("bgp")->enabledIs(true);
+    sw().ipStatus->vrfIs(L3::VrfName("red"));
+    sw().matchLists("lists");
+    sw().source("cli")->vrfIs("red")->segmentIs("a")->prefixIpv4MlIs({7, "web"});
+  }
+  void expectInactiveAndEmpty() {
+    EXPECT_FALSE(sw().hwConfig->active());
+    EXPECT_FALSE(sw().root->appRecogConfigSm());
+    EXPECT_TRUE(sw().hwConfig->policy().empty());
+    EXPECT_TRUE(sw().hwConfig->vrf().empty());
+  }
+};
+
+TEST_F(SourceThatFailedTest, IsNoLongerActiveWhenItIsDisabledLast) {
+  sw().start();
+  EXPECT_THROW(sw().source("cli")->enabledIs(true), Pith::RangeException);
+  sw().source("bgp")->enabledIs(false);
+  EXPECT_TRUE(sw().hwConfig->active()) << "cli is enabled";
+  sw().source("cli")->enabledIs(false);
+  expectInactiveAndEmpty();
+}
+
+TEST_F(SourceThatFailedTest, IsNoLongerActiveWhenItIsRemovedLast) {
+  sw().start();
+  EXPECT_THROW(sw().source("cli")->enabledIs(true), Pith::RangeException);
+  sw().source("bgp")->enabledIs(false);
+  sw().fwConfigDir->entityDel("cli");
+  expectInactiveAndEmpty();
+}
+
+TEST_F(SourceThatFailedTest, ThatJoinedEnabledIsTriedAgainWhenItIsDisabledAndEnabled) {
+  sw().start();
+  const auto cli = Kiv::make<Firewall::Config>("api");
+  cli->enabledIs(true);
+  cli->vrfIs("red")->segmentIs("a")->prefixIpv4MlIs({7, "web"});
+  EXPECT_THROW(sw().fwConfigDir->entityIs("api", cli), Pith::RangeException);
+  EXPECT_FALSE(sw().rootSm("api"));
+  sw().source("bgp")->enabledIs(false);
+  cli->vrf("red")->segment("a")->prefixIpv4MlIs({});
+  cli->enabledIs(false);
+  expectInactiveAndEmpty();
+  cli->enabledIs(true);
+  EXPECT_TRUE(sw().rootSm("api"));
+  EXPECT_TRUE(sw().hwConfig->active());
+}
+
+TEST_F(SourceThatFailedTest, LeavesNothingBehindBesideAnotherThatFailed) {
+  sw().source("bgp")->vrfIs("red")->segmentIs("a")->prefixIpv4MlIs({7, "web"});
+  sw().source("bgp")->enabledIs(false);
+  sw().start();
+  for (const char* const name : {"cli", "bgp"}) {
+    EXPECT_THROW(sw().source(name)->enabledIs(true), Pith::RangeException);
+    EXPECT_TRUE(sw().hwConfig->vrf().empty()) << name;
+    EXPECT_TRUE(sw().hwConfig->policy().empty()) << name;
+  }
+}
+
 }  // namespace

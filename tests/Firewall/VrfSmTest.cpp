@@ -194,6 +194,35 @@ TEST_F(VrfSmTest, VrfNameOf101BytesRaisesTheRangeError) {
   EXPECT_FALSE(sw().hwConfig->updateInProgress());
 }
 
+TEST_F(VrfSmTest, WithoutInputsItMakesTheOutputAndHasNoSegments) {
+  vrf("red");
+  const auto a = vrfSm("red")->attributes();
+  const auto alone = Firewall::vrfSmFactory(
+      "blue", a.fwConfigDir, nullptr, nullptr, a.inConfig, a.outFirewallConfig, a.intfStatusDir,
+      a.ipStatus, a.matchListConfigDir, a.rootSm, nullptr, a.aclListConfig, a.activeWorkManager);
+  EXPECT_TRUE(sw().hwConfig->vrfHas("blue"));
+  alone->handleSegment();
+  alone->handleSegment("a");
+  alone->handleGlobalPrefix(prefix("10.0.0.0/8"));
+  EXPECT_TRUE(alone->segmentSm().empty());
+  alone->cleanup();
+  EXPECT_FALSE(sw().hwConfig->vrfHas("blue"));
+}
+
+TEST_F(VrfSmTest, InitializedStaysWhenItIsCleanedUpAndNothingComesBack) {
+  vrf("red");
+  const auto reactor = vrfSm("red");
+  EXPECT_TRUE(reactor->isWorking());
+  reactor->cleanup();
+  EXPECT_TRUE(reactor->initialized());
+  EXPECT_FALSE(reactor->isWorking());
+  vrf("red")->segmentIs("a");
+  EXPECT_FALSE(sw().hwConfig->vrfHas("red"));
+  sw().recorder.take();
+  reactor->cleanup();
+  EXPECT_THAT(sw().recorder.take(), IsEmpty());
+}
+
 TEST_F(VrfSmTest, EveryReferenceOfASegmentReactorIsComparedWhenItIsAskedForAgain) {
   segment("red", "a");
   const auto reactor = vrfSm("red");

@@ -1,6 +1,7 @@
 // compile and diff, as whole processes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <iterator>
 #include <regex>
@@ -8,7 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "agent/Process/Common.h"
+#include "agent/Command/Commands.h"
+#include "agent/Process/Timing.h"
 #include "tests/agent/Program.h"
 
 namespace {
@@ -172,6 +174,17 @@ TEST(Timing, NamesEachStepOnStandardError) {
   }
 }
 
+TEST(Compile, ShowsInEveryFormatWhatIsNotThere) {
+  const Folder folder;
+  const std::string file = folder.file("a.yaml", "app: {}\n");
+  EXPECT_NE(run({"compile", file}).out.find("active: no"), std::string::npos);
+  EXPECT_NE(run({"compile", "--format", "json", file}).out.find("\"l2Seg\": \"\""),
+            std::string::npos);
+  const Result yaml = run({"compile", "--format", "yaml", file});
+  EXPECT_EQ(yaml.status, 0) << yaml.err;
+  EXPECT_NE(yaml.out.find("l2Seg: \"\"\n"), std::string::npos) << yaml.out;
+}
+
 // "fwagent compile ..." of the help of a command, as words without "fwagent".
 std::vector<std::string> exampleOf(const std::vector<std::string>& command) {
   std::vector<std::string> words = command;
@@ -187,29 +200,29 @@ std::vector<std::string> exampleOf(const std::vector<std::string>& command) {
   return {std::istream_iterator<std::string>(line), {}};
 }
 
-TEST(Help, HasAnExampleThatWorksForEachCommand) {
-  for (const std::vector<std::string>& command :
-       std::vector<std::vector<std::string>>{{},
-                                             {"check"},
-                                             {"compile"},
-                                             {"diff"},
-                                             {"explain"},
-                                             {"explain", "rule"},
-                                             {"explain", "hw"},
-                                             {"explain", "prefix"},
-                                             {"explain", "segment"},
-                                             {"trace"},
-                                             {"generate"}}) {
-    const std::vector<std::string> words = exampleOf(command);
-    ASSERT_FALSE(words.empty());
-    EXPECT_TRUE(command.empty() || words.front() == command.front());
+// Those that talk to a running agent, or are one, name themselves at least.
+void tryExamples(const Agent::Command& command, const std::vector<std::string>& name) {
+  const std::vector<std::string> words = exampleOf(name);
+  ASSERT_FALSE(words.empty());
+  EXPECT_TRUE(name.empty() || words.front() == name.front());
+  const bool isOfRunning =
+      std::any_of(command.options.begin(), command.options.end(),
+                  [](const Agent::Option& option) { return option.name() == "--socket"; });
+  if (!isOfRunning) {
     const Result result = run(words);
     EXPECT_EQ(result.status, 0) << words.front() << result.err;
     EXPECT_EQ(result.err, "");
   }
-  for (const std::string command : {"run", "show", "verify", "resync", "trace-level"}) {
-    EXPECT_EQ(exampleOf({command}).front(), command);
+  for (const Agent::Command& below : command.below) {
+    std::vector<std::string> nameBelow = name;
+    nameBelow.push_back(below.name);
+    tryExamples(below, nameBelow);
   }
+}
+
+TEST(Help, HasAnExampleThatWorksForEachCommand) {
+  EXPECT_GT(Agent::program().below.size(), 10U);
+  tryExamples(Agent::program(), {});
 }
 
 TEST(Compile, WrongUsageIsTold) {

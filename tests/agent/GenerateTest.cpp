@@ -1,14 +1,16 @@
 // What the program writes of itself: the schema for editors, the man page, the completions.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "agent/Command/Commands.h"
 #include "agent/Document/Load.h"
-#include "agent/View/JsonSchema.h"
-#include "agent/View/TreeWriter.h"
+#include "agent/Document/TreeWriter.h"
+#include "agent/Schema/JsonSchema.h"
 #include "tests/agent/Program.h"
 #include "tests/agent/RefusedDocuments.h"
 
@@ -136,9 +138,18 @@ TEST(Generate, TheManPageNamesEveryCommandAndIsRight) {
   const std::string page = folder.path() + "/fwagent.1";
   EXPECT_EQ(run({"generate", "man", "-o", page}).status, 0);
   const std::string text = TestAgent::contentOf(page);
-  for (const std::string command :
-       {"check", "compile", "diff", "explain rule", "explain hw", "explain prefix",
-        "explain segment", "trace", "run", "show", "verify", "resync"}) {
+  std::vector<std::string> commands;
+  for (const Agent::Command& command : Agent::program().below) {
+    commands.push_back(command.name);
+    for (const Agent::Command& below : command.below) {
+      commands.push_back(command.name + " " + below.name);
+    }
+  }
+  EXPECT_NE(std::find(commands.begin(), commands.end(), "explain segment"), commands.end());
+  for (std::string command : commands) {
+    if (const std::size_t dash = command.find('-'); dash != std::string::npos) {
+      command.insert(dash, "\\");
+    }
     const bool isNamed = text.find(".SS fwagent " + command + "\n") != std::string::npos ||
                          text.find(".SS fwagent " + command + " ") != std::string::npos;
     EXPECT_TRUE(isNamed) << command;

@@ -225,15 +225,15 @@ class InputRecord final : public Kiv::TreeWatcher {
 // What is written of the inputs when the text is committed, runs of one part as one.
 std::vector<std::string> inputsWritten(Store& store, const std::string& text) {
   std::vector<std::string> lines;
-  const InputRecord capabilities(store.capabilities, lines);
-  const InputRecord interfaces(store.interfaces, lines);
+  const InputRecord capabilities(store.hwCapability, lines);
+  const InputRecord interfaces(store.intfStatusDir, lines);
   const InputRecord ipStatus(store.ipStatus, lines);
-  const InputRecord fieldSets(store.fieldSets, lines);
-  const InputRecord applications(store.applications, lines);
+  const InputRecord fieldSets(store.fieldSetConfig, lines);
+  const InputRecord applications(store.appRecConfig, lines);
   const InputRecord matchLists(store.matchLists, lines);
-  const InputRecord prefixLists(store.prefixLists, lines);
+  const InputRecord prefixLists(store.aclListConfig, lines);
   std::vector<std::unique_ptr<InputRecord>> sources;
-  for (auto entry = store.sources->entityPtrIteratorConst(); entry; ++entry) {
+  for (auto entry = store.fwConfigDir->entityPtrIteratorConst(); entry; ++entry) {
     sources.push_back(std::make_unique<InputRecord>(store.source(entry.key()), lines));
   }
   commitText(store, text);

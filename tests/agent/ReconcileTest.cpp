@@ -9,13 +9,13 @@
 #include <vector>
 
 #include "agent/Document/Load.h"
+#include "agent/Document/TreeWriter.h"
 #include "agent/Schema/Check.h"
 #include "agent/Schema/Warnings.h"
-#include "agent/Server/Explanations.h"
+#include "agent/Server/BehaviourLines.h"
 #include "agent/Server/Verify.h"
 #include "agent/Store/Reconcile.h"
 #include "agent/View/CompiledTree.h"
-#include "agent/View/TreeWriter.h"
 #include "agent/View/Writes.h"
 #include "tests/agent/Program.h"
 
@@ -226,10 +226,14 @@ TEST(Verify, TellsIdentifiersThatWereReusedFromOtherRules) {
   }
 }
 
-TEST(Verify, ExplainsByTheLinesOfTheDocumentation) {
+TEST(BehaviourLines, AreTheNamedLinesOfThePageWordForWord) {
   const std::string page = TestAgent::contentOf("docs/behaviour.md");
-  for (const std::string_view line : Agent::Explanations::lines()) {
-    EXPECT_NE(page.find("\n- " + std::string(line) + "\n"), std::string::npos) << line;
+  std::size_t named = 0;
+  for (std::size_t at = 0; (at = page.find("<a id=", at)) != std::string::npos; ++at) ++named;
+  EXPECT_EQ(Agent::behaviourLines.size(), named);
+  for (const auto& [name, text] : Agent::behaviourLines) {
+    const std::string line = "\n- <a id=\"" + std::string(name) + "\"></a>" + std::string(text);
+    EXPECT_NE(page.find(line + "\n"), std::string::npos) << line;
   }
 }
 

@@ -159,6 +159,20 @@ TEST_F(Prefixes, SegmentThatHeldAPrefixFirstOwnsIt) {
   EXPECT_EQ(owner(eight), "c");
 }
 
+// A global prefix that a source gives up is that of the first other enabled source that has it:
+// when that names a segment that is not configured, the prefix goes to the lists, whatever further
+// sources name. Give it in one source.
+TEST_F(Prefixes, GlobalPrefixThatIsGivenUpIsThatOfTheFirstOtherSource) {
+  const std::string prefix = "/vrf/red/prefix/10.0.0.0%2F8";
+  given({"+ source/gnmi/enabled = true", "+ source/api", "+ source/api/vrf/red",
+         "+ source/api/vrf/red/segment/b", "+ source/api/enabled = true",
+         "+ source/gnmi" + prefix + " = nowhere", "+ source/api" + prefix + " = b",
+         "+ source/cli" + prefix + " = b"});
+  EXPECT_EQ(owner(eight), "b");
+  given({"- source/cli" + prefix});
+  EXPECT_EQ(owner(eight), "a") << "whose list holds it";
+}
+
 // A global prefix in two sources goes to the segment that was named last, after a restart to
 // that of the source that joined the directory first. Give it in one source.
 TEST_F(Prefixes, GlobalPrefixOfTwoSourcesGoesToTheLastAndAfterARestartToTheFirst) {

@@ -37,6 +37,38 @@ TEST_F(Segments, SegmentWithoutInterfacesStillCountsAsSubscriber) {
   EXPECT_FALSE(has(fromA_));
 }
 
+// A policy or a segment that comes or goes in one source links or unlinks the segments of every
+// enabled source that name it. Name in a source what that source has.
+TEST_F(Segments, WhatComesAndGoesInOneSourceLinksTheSegmentsOfAll) {
+  const std::string link = "vrf/red/segment/a/fromSegment/c";
+  given({"+ source/cli/vrf/red/segment/a/policy/c = q", "+ source/gnmi/enabled = true",
+         "+ source/gnmi/policy/q"});
+  EXPECT_FALSE(has(link));
+  given({"+ source/gnmi/vrf/red/segment/c"});
+  EXPECT_EQ(at(link), "segment=@c,policy=@q");
+  given({"- source/gnmi/policy/q"});
+  EXPECT_FALSE(has(link));
+  given({"+ source/gnmi/policy/q"});
+  EXPECT_TRUE(has(link));
+  given({"- source/gnmi/vrf/red/segment/c"});
+  EXPECT_FALSE(has(link));
+}
+
+// A segment that leaves a source while another, even a disabled one, has it stays in the tables,
+// with the links to it and the from-segments that the other names. Remove it from all of them.
+TEST_F(Segments, SegmentThatADisabledSourceHasStaysWithItsLinks) {
+  given({"+ source/cli/vrf/red/segment/c", "+ source/cli/vrf/red/segment/a/policy/c = p",
+         "+ source/gnmi/vrf/red/segment/a", "+ source/gnmi/vrf/red/segment/a/policy/b = p",
+         "- source/cli/vrf/red/segment/a"});
+  EXPECT_TRUE(has("vrf/red/segment/a/fromSegment/b"));
+  EXPECT_FALSE(has("vrf/red/segment/a/fromSegment/c"));
+  EXPECT_TRUE(has(fromA_));
+  given({"- source/gnmi/vrf/red/segment/a", "+ source/cli/vrf/red/segment/a",
+         "- source/cli/vrf/red/segment/a"});
+  EXPECT_FALSE(has("vrf/red/segment/a/className"));
+  EXPECT_FALSE(has(fromA_));
+}
+
 // Of two sources with a segment of one name, what either stops to name goes for both: links, the
 // fallback policy, the class map. Give a segment to one source.
 TEST_F(Segments, OfTwoSourcesEitherTakesAwayForBoth) {
@@ -79,16 +111,6 @@ TEST_F(Segments, LaterPolicyOfForwardingSegmentsDoesNotLink) {
   given({"- source/cli/vrf/red/segment/b/policy/forwarding-segments",
          "+ source/cli/vrf/red/segment/b/policy/forwarding-segments = q"});
   EXPECT_EQ(at(fromA_), "segment=@a,policy=@q");
-}
-
-// Removing the policy of "forwarding-segments" leaves the links. Remove the entries that name
-// it first.
-TEST_F(Segments, PolicyOfForwardingSegmentsLeavesTheLinks) {
-  given({"+ source/cli/policy/q", "+ source/cli/vrf/red/segment/b/policy/forwarding-segments = q",
-         "- source/cli/policy/q"});
-  EXPECT_EQ(at(fromA_), "segment=@a,policy=@");
-  given({"- source/cli/vrf/red/segment/b/policy/forwarding-segments"});
-  EXPECT_FALSE(has(fromA_));
 }
 
 // Setting or removing "forwarding-segments" unlinks the segment's other from-segments. Name
@@ -220,6 +242,21 @@ TEST_F(Segments, VlanRangesAreFollowedInTheL2DirectoryAlone) {
   EXPECT_THAT(below(intf_ + "/vlanRange"), IsEmpty());
   EXPECT_THAT(below("l2Seg/segment/v/intfVlanRangeSet/Ethernet1/vlanRange"),
               ElementsAre("l2Seg/segment/v/intfVlanRangeSet/Ethernet1/vlanRange/100 = "));
+}
+
+// A segment of a VRF that names a class map of the L2 directory has the VLAN ranges of that moment,
+// until it names one of its VRF. Name one of its VRF.
+TEST_F(Segments, ClassMapOfTheL2DirectoryGivesASegmentOfAVrfItsRangesOnce) {
+  const std::string data = "source/cli/classMap/__segment_v/intfVlanData/Ethernet1";
+  const std::string ranges = intf_ + "/vlanRange";
+  given({"+ source/cli/classMap/__segment_v", "+ " + data, "+ " + data + "/vlanRange/100",
+         "+ source/cli/vrf/red/segment/a/className = __segment_v"});
+  EXPECT_THAT(below(ranges), ElementsAre(ranges + "/100 = "));
+  given({"+ " + data + "/vlanRange/200"});
+  EXPECT_THAT(below(ranges), ElementsAre(ranges + "/100 = "));
+  given({"+ source/cli/vrf/red/segment/a/className = __VRF_red_segment_a"});
+  EXPECT_TRUE(has(intf_));
+  EXPECT_THAT(below(ranges), IsEmpty());
 }
 
 }  // namespace

@@ -57,6 +57,25 @@ TEST_F(Behaviour, SwitchesOfADisabledSourceCountFromTheNextLookOn) {
   EXPECT_EQ(at("defaultPolicyDrop"), "true");
 }
 
+// An application that cannot be compiled keeps no source from running: the error reaches who
+// enables the first source, and the factory traces it at level 3. Mend the application, and its
+// rules come.
+TEST_F(Behaviour, ApplicationThatCannotBeCompiledKeepsNoSourceFromRunning) {
+  given({"+ source/cli/enabled = false"});
+  application("bad", "9-3");
+  application("web", "6");
+  rule("10", "bad");
+  rule("20", "web");
+  EXPECT_EQ(refusalOf("+ source/cli/enabled = true"),
+            "Firewall::ProtocolRange::start > _end not allowed");
+  EXPECT_EQ(rules().size(), 1U);
+  given({"- apps/app/bad/proto/9-3", "+ apps/app/bad/proto/17"});
+  EXPECT_EQ(rules().size(), 2U);
+  given({"+ apps/app/bad/proto/9-3", "stop"});
+  EXPECT_EQ(refusalOf("start"), "");
+  EXPECT_EQ(rules().size(), 1U);
+}
+
 // These two keep their last values while `active` is false: do not read them then.
 TEST_F(Behaviour, SwitchesKeepTheirLastValuesWhileInactive) {
   given({"+ source/cli/forwardType = routed", "+ source/cli/enabled = false"});

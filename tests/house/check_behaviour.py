@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
 """Each line of docs/behaviour.md is the comment above a test of tests/behaviour/, and the reverse.
 
+A line may begin with an anchor, <a id="name"></a>, by which others find it; it is no part of the text.
+
   check_behaviour.py [--root <top of the tree>]
 """
 
@@ -10,6 +12,7 @@ import re
 import sys
 
 COMMENT_AND_TEST = re.compile(r"((?:^//[^\n]*\n)+)TEST(?:_F)?\(", re.MULTILINE)
+ANCHOR = re.compile(r'^<a id="[^"]*"></a>')
 TEST = re.compile(r"^TEST(?:_F)?\((\w+), (\w+)\)", re.MULTILINE)
 
 
@@ -18,7 +21,7 @@ def words(text):
 
 
 def lines_of(document):
-    return [words(line[2:]) for line in document.splitlines() if line.startswith("- ")]
+    return [words(ANCHOR.sub("", line[2:])) for line in document.splitlines() if line.startswith("- ")]
 
 
 def comments_of(source):

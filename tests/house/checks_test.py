@@ -42,7 +42,8 @@ class BehaviourTest(CheckTest):
 
     def setUp(self):
         super().setUp()
-        self.write("docs/behaviour.md", "# Title\n\nText.\n\n- A rule drops.\n- Ports count.\n")
+        self.write("docs/behaviour.md", "# Title\n\nText.\n\n- A rule drops.\n"
+                   '- <a id="ports"></a>Ports count.\n')
         self.write("tests/behaviour/RulesTest.cpp",
                    "// A rule\n// drops.\nTEST_F(A, B) {}\n\n// Ports count.\nTEST(C, D) {}\n")
 
@@ -64,6 +65,49 @@ class BehaviourTest(CheckTest):
     def test_finds_a_test_without_a_line(self):
         self.write("tests/behaviour/OtherTest.cpp", "TEST_F(E, F) {}\n")
         self.assert_finds(self.check(), "OtherTest.cpp: a test without a comment above it")
+
+
+class BehaviourLinesTest(CheckTest):
+    """The step of the build that makes a header of the named lines."""
+
+    def header(self, page):
+        done = subprocess.run(
+            ["cmake", f"-Dbehaviour_page={self.write('behaviour.md', page)}",
+             f"-Dbehaviour_template={TOP}/agent/Server/BehaviourLines.h.in",
+             f"-Dbehaviour_header={self.root}/Lines.h", "-P", TOP / "agent/behaviour_lines.cmake"],
+            capture_output=True, text=True, check=False)
+        return done.returncode, " ".join(done.stderr.split())
+
+    def quote(self, name):
+        source = self.write("quote.cpp", '#include "Lines.h"\n'
+                            f'constexpr std::string_view text = Agent::behaviourLine("{name}");\n'
+                            'static_assert(text == R"x(A "rule"; [all] of `them` \\ @it@.)x");\n')
+        done = subprocess.run([os.environ.get("CXX", "g++"), "-std=c++20", "-fsyntax-only", source],
+                              capture_output=True, text=True, check=False)
+        return done.returncode, done.stderr
+
+    PAGE = '# Title\n\n- Other.\n- <a id="a-rule"></a>A "rule"; [all] of `them` \\ @it@.\n'
+
+    def test_takes_a_line_word_for_word(self):
+        self.assertEqual(self.header(self.PAGE), (0, ""))
+        self.assertEqual(self.quote("a-rule"), (0, ""))
+
+    def test_finds_a_name_that_no_line_has(self):
+        self.header(self.PAGE)
+        result = self.quote("a-role")
+        self.assert_finds(result, '"a-role"')
+        self.assert_finds(result, "noLineOfDocsBehaviourIsNamedSo")
+
+    def test_finds_a_name_that_two_lines_have(self):
+        self.assert_finds(self.header(self.PAGE + '- <a id="a-rule"></a>Another.\n'),
+                          'behaviour.md: two lines are named "a-rule"')
+
+    def test_finds_a_name_in_another_form(self):
+        for line in ('- Text. <a id="b"></a>\n', '- <a id="B c"></a>Text.\n', '- <a name="b"></a>Text.\n'):
+            self.assert_finds(self.header(self.PAGE + line), "a line is named by")
+
+    def test_finds_a_page_without_names(self):
+        self.assert_finds(self.header("- Text.\n"), "no line is named")
 
 
 class IncludeGraphTest(CheckTest):
@@ -121,6 +165,32 @@ class IncludeGraphTest(CheckTest):
     def test_finds_a_header_that_is_not_of_the_standard_library(self):
         self.write("framework/Kiv/Far.h", "#  include <boost/container/flat_map.hpp>\n")
         self.assert_finds(self.graph(), "<boost/container/flat_map.hpp> is not of the C++ standard library")
+
+    def test_finds_an_include_that_runs_up_the_layers_of_a_folder(self):
+        self.write("agent/Document/Node.h", "#include <yaml.h>\n")
+        self.write("agent/Store/Plan.h", '#include "agent/Document/Node.h"\n')
+        self.write("agent/main.cpp", '#include "agent/Store/Plan.h"\n')
+        self.assertEqual(self.graph(), (0, ""))
+        document = (self.root / "ARCHITECTURE.md").read_text(encoding="utf-8")
+        self.assertIn("agent_ --> agent_Store\n  agent_Store --> agent_Document\n", document)
+        self.write("agent/Document/Up.h", '#include "agent/Store/Plan.h"\n')
+        self.assert_finds(self.graph(), "agent/Document/Up.h: includes agent/Store/Plan.h, which "
+                                        "comes after it in the order of agent")
+
+    def test_finds_a_folder_that_has_no_place_among_the_layers(self):
+        self.write("agent/Attic/Box.h", "")
+        self.assert_finds(self.graph(), "agent/Attic: has no place in the order of agent (LAYERS)")
+
+    def test_takes_a_header_that_the_build_makes_from_one_in_the_tree(self):
+        self.write("agent/Server/Made.h.in", "#include <map>\n@lines@\n")
+        self.write("agent/Server/User.cpp", '#include "agent/Server/Made.h"\n')
+        self.assertEqual(self.graph(), (0, ""))
+
+    def test_finds_a_library_that_includes_the_program(self):
+        self.write("agent/Document/Node.h", "")
+        self.write("Firewall/Up.h", '#include "agent/Document/Node.h"\n')
+        self.assert_finds(self.graph(), "Firewall/Up.h: includes agent/Document/Node.h, which is on "
+                                        "a floor above")
 
     def test_lets_only_sources_include_the_operating_system(self):
         self.write("framework/Kiv/File.cpp", "#include <sys/mman.h>\n")

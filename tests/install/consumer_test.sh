@@ -1,8 +1,8 @@
 #!/bin/sh
-# Installs a build into a scratch folder, moves it, and builds and runs the consumer against it: once
-# with the CMake package, once with pkg-config.
+# Installs a build into a scratch folder, moves it, and builds and runs the consumer against it: with
+# the CMake package, with pkg-config, and by the other compiler.
 #
-#   consumer_test.sh <build folder> <C++ compiler>
+#   consumer_test.sh <build folder> <C++ compiler of the build>
 set -eu
 build=$1
 compiler=$2
@@ -23,11 +23,28 @@ cmake --build "$scratch/cmake"
 echo "--- with pkg-config"
 PKG_CONFIG_PATH=$(find "$prefix" -type d -name pkgconfig)
 export PKG_CONFIG_PATH
-libraries=$(pkg-config --variable=libdir KivFramework)
-# shellcheck disable=SC2046  # each word is an option
-"$compiler" -std=c++20 "$here/consumer/consumer.cpp" -o "$scratch/consumer" \
-  $(pkg-config --cflags --libs KivFramework)
-LD_LIBRARY_PATH=$libraries "$scratch/consumer"
+libraries=$(pkg-config --variable=libdir FirewallConfigSm)
+consumer_by() {
+  # shellcheck disable=SC2046  # each word is an option
+  "$1" -std=c++20 "$here/consumer/consumer.cpp" -o "$scratch/consumer" \
+    $(pkg-config --cflags --libs FirewallConfigSm)
+  LD_LIBRARY_PATH=$libraries "$scratch/consumer"
+}
+consumer_by "$compiler"
+
+case $("$compiler" --version) in
+  *clang*) other=g++ ;;
+  *) other=clang++ ;;
+esac
+echo "--- by $other"
+if command -v "$other" >/dev/null; then
+  consumer_by "$other"
+else
+  echo "$other is not installed: not tried here, but by .ci/run"
+fi
+
+# Libraries may be built without the programs.
+[ -x "$prefix/bin/fwagent" ] || exit 0
 
 echo "--- the agent"
 tree=$here/../..

@@ -73,7 +73,7 @@ std::string Generator::listSource() {
 
 std::string Generator::inSegment() {
   const std::string directory = segmentDir();
-  const std::string name = of(segments);
+  const std::string name = chance(4) ? "" : of(segments);
   const std::string segment = directory + "/segment/" + name;
   const std::size_t vrf = directory.find("/vrf/");
   const std::string ownClass =
@@ -91,7 +91,7 @@ std::string Generator::inSegment() {
     case 5:
       return "+ " + segment + "/className = " +
              (chance(15)   ? ""
-              : chance(75) ? ownClass
+              : chance(70) ? ownClass
                            : className());
     case 6:
       return "+ " + segment + "/prefixIpv4Ml = " + listSource();
@@ -99,7 +99,7 @@ std::string Generator::inSegment() {
       return "+ " + segment + "/prefixIpv6Ml = " + listSource();
     default:
       return sign() + config() + "/vrf/" + of(vrfs) + "/prefix/" + subnet(chance(40), false) +
-             " = " + of(segments);
+             " = " + (chance(5) ? "" : of(segments));
   }
 }
 

@@ -7,8 +7,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
+#include <optional>
 #include <random>
+#include <utility>
+#include <vector>
 
+#include "framework/Kiv/TraceHelper.h"
+#include "framework/Pith/TraceFacility.h"
 #include "tests/plain/Generator.h"
 #include "tests/plain/Life.h"
 
@@ -22,12 +27,35 @@ std::uint64_t numberFrom(const char* variable, std::uint64_t otherwise) {
   return text == nullptr ? otherwise : std::stoull(text);
 }
 
+// Every trace is made, and dropped.
+class AllTraces {
+ public:
+  AllTraces() {
+    Pith::TraceControl::settingsAre(Pith::TraceConsumer::helper, {{"*", Pith::traceLevelMax}});
+  }
+  AllTraces(const AllTraces&) = delete;
+  AllTraces& operator=(const AllTraces&) = delete;
+  ~AllTraces() {
+    Pith::TraceControl::settingsAre(Pith::TraceConsumer::helper, std::move(oldSettings_));
+    Kiv::TraceHelper::sinkIs(std::move(oldSink_));
+  }
+
+ private:
+  std::vector<Pith::TraceControl::Setting> oldSettings_ =
+      Pith::TraceControl::settings(Pith::TraceConsumer::helper);
+  Kiv::TraceHelper::Sink oldSink_ =
+      Kiv::TraceHelper::sinkIs([](const Kiv::TraceHelper::Record&) {});
+};
+
+// Every other life is traced, which changes nothing.
 TEST(Lives, LibraryDoesWhatThePlainModelDoes) {
   const std::uint64_t lives = numberFrom("FIREWALL_LIVES", 30);
   const std::uint64_t first = numberFrom("FIREWALL_LIVES_SEED", std::random_device()());
   std::cout << lives << " lives from FIREWALL_LIVES_SEED=" << first << std::endl;
   for (std::uint64_t seed = first; seed < first + lives; ++seed) {
     std::cout << "seed " << seed << std::endl;  // for one that does not come to its end
+    std::optional<AllTraces> traces;
+    if (seed % 2 == 1) traces.emplace();
     Plain::Generator generator(seed);
     History history = generator.beginning();
     while (history.size() < 600) {
@@ -35,7 +63,8 @@ TEST(Lives, LibraryDoesWhatThePlainModelDoes) {
     }
     if (differenceIn(history).empty()) continue;
     history = Plain::shrunk(history, [](const History& h) { return !differenceIn(h).empty(); });
-    FAIL() << "seed " << seed << "\n" << Plain::asTest(history) << differenceIn(history);
+    FAIL() << "seed " << seed << (traces ? ", traced" : "") << "\n"
+           << Plain::asTest(history) << differenceIn(history);
   }
 }
 

@@ -36,13 +36,16 @@ Features::Features(Model& model)
       }) {
   const Work work(*model_);
   cleanupOutput();
-  try {
-    for (const std::string& name : model_->in.configs->entry.keys()) onSource(name);
-  } catch (const Refused&) {  // it does not start
-    cleanup();
-    directory_.end();
-    profiles_.reset();
-    throw;
+  for (const std::string& name : model_->in.configs->entry.keys()) {
+    try {
+      onSource(name);
+    } catch (const Refused&) {
+      if (sources_.get(name)->root) continue;  // it runs, without an application
+      cleanup();
+      directory_.end();
+      profiles_.reset();
+      throw;
+    }
   }
 }
 
@@ -61,27 +64,40 @@ void Features::onSource(const std::string& name) {
   source->watching = Watching(config, [this, raw = source.get()](const News& news) {
     if (news.what == "enabled") onEnabled(*raw);
   });
-  try {
-    onEnabled(*source);
-  } catch (const Refused&) {  // it does not start
-    source->watching.end();
-    endQuietly(*source);
-    throw;
-  }
+  AllSteps steps;
+  steps.run([&] { onEnabled(*source); });
   sources_.set(name, source);
+  steps.end();
 }
 
 void Features::onEnabled(Source& source) {
   if (source.config->enabled) {
-    if (!source.root) source.root = std::make_unique<Root>(*model_, source.config);
-    evaluate();
+    AllSteps steps;
+    steps.run([&] {
+      if (!source.root) source.root = std::make_unique<Root>(*model_, source.config);
+    });
+    source.isRootMissing = !source.root;
+    if (source.root) {
+      steps.run([&] { evaluate(); });
+    } else if (!isAnyRunning()) {
+      cleanupOutput();
+    }
+    steps.end();
     return;
   }
-  if (!source.root) return;
+  if (!source.root) {
+    if (std::exchange(source.isRootMissing, false)) evaluate();
+    return;
+  }
   evaluate();
   source.root->cleanup();
   source.root->unhook();
   source.root.reset();
+}
+
+bool Features::isAnyRunning() {
+  return std::ranges::any_of(sources_.items(),
+                             [](const auto& item) { return !!item.second->root; });
 }
 
 void Features::removeSource(const std::string& name) {
@@ -94,11 +110,14 @@ void Features::removeSource(const std::string& name) {
 
 // Nobody hears of what is refused to a source that goes.
 void Features::endQuietly(Source& source) {
-  if (!source.root) return;
+  AllSteps steps;
+  if (!source.root) {
+    if (source.isRootMissing && !isEnding_) steps.run([this] { evaluate(); });
+    return;
+  }
   source.root->cleanup();
   source.root->unhook();
   source.root.reset();
-  AllSteps steps;
   steps.run([this] { evaluate(); });
 }
 
@@ -106,9 +125,10 @@ void Features::evaluate() {
   const bool active = !model_->enabledConfigs().empty();
   AllSteps steps;
   if (active) {
-    steps.run([this] {
-      if (!profiles_) profiles_ = std::make_unique<Profiles>(*model_);
-    });
+    if (!profiles_) {
+      profiles_ = std::make_unique<Profiles>(*model_);
+      steps.run([this] { profiles_->raiseAll(); });
+    }
   } else {
     profiles_.reset();
     cleanupOutput();
@@ -127,6 +147,7 @@ void Features::cleanupOutput() {
 }
 
 void Features::cleanup() {
+  isEnding_ = true;
   const Work work(*model_);
   for (const std::string& name : sources_.keys()) removeSource(name);
   cleanupOutput();
@@ -137,16 +158,21 @@ Profiles::Profiles(Model& model) : model_(&model) {
     if (news.what == "app") onApplication(news.key);
     if (news.what == "ports" || news.what == "prefixes") onFieldSet(news.key, news.what == "ports");
   });
+  for (const auto& entry : model_->in.applications->app) watch(entry.first);
+}
+
+void Profiles::raiseAll() {
   auto& versions = *model_->in.versions;
+  AllSteps steps;
   for (const std::string& app : versions.version.keys()) {
     if (model_->in.applications->app.contains(app)) continue;
     versions.version.erase(app);
-    versions.tell({"version", app, {}, {}});
+    steps.run([&] { versions.tell({"version", app, {}, {}}); });
   }
   for (const auto& entry : std::map(model_->in.applications->app)) {
-    watch(entry.first);
-    raise(entry.first);
+    steps.run([&] { raise(entry.first); });
   }
+  steps.end();
 }
 
 void Profiles::watch(const std::string& app) {

@@ -57,6 +57,7 @@ class Work {
 class Profiles {
  public:
   explicit Profiles(Model& model);
+  void raiseAll();
 
  private:
   void watch(const std::string& app);
@@ -81,6 +82,7 @@ class Features {
     std::string name;
     std::shared_ptr<Config> config;
     std::unique_ptr<Root> root;
+    bool isRootMissing = false;  // enabled, but it could not start
     Watching watching;
   };
 
@@ -88,6 +90,7 @@ class Features {
   void onEnabled(Source& source);
   void removeSource(const std::string& name);
   void endQuietly(Source& source);
+  bool isAnyRunning();
   void evaluate();
   void cleanupOutput();
 
@@ -95,6 +98,7 @@ class Features {
   Listed<std::string, std::shared_ptr<Source>> sources_;
   std::unique_ptr<Profiles> profiles_;
   Watching directory_;
+  bool isEnding_ = false;
 };
 
 class VrfPart;
@@ -128,7 +132,7 @@ class Root {
   // Policies.cpp
   void handlePolicy(const std::string& name);
   void linkPolicy(const std::string& name, bool add);
-  void clearFallbacks(const std::shared_ptr<FwPolicy>& policy);
+  void unlinkEverywhere(const std::shared_ptr<FwPolicy>& policy);
   void handlePolicyRules(const Policy& policy);
   void handlePolicyRule(const Policy& policy, std::uint32_t seqnum);
   bool addPolicyRulesAll(const Policy& policy, std::uint32_t seqnum);

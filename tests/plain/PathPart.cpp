@@ -124,15 +124,15 @@ void PathPart::remove(const Subnet& subnet) {
   const Prefix prefix(subnet);
   if (!segment_->vrf().name().empty() &&
       segment_->model().in.capability->globalPrefixListSupported && !isGloballyConfigured(subnet)) {
-    std::string heir;
+    std::optional<std::string> heir;
     for (const auto& [name, segment] : directory->segment) {
-      if (!heir.empty() || name == segment_->input().name) continue;
+      if (heir || name == segment_->input().name) continue;
       if (segment->hasSubnet(Subnet(prefix))) heir = name;
     }
-    if (heir.empty()) {
-      directory->prefixListDel(prefix);
+    if (heir) {
+      directory->prefixListIs(prefix, *heir);
     } else {
-      directory->prefixListIs(prefix, heir);
+      directory->prefixListDel(prefix);
     }
   }
   segment_->output()->subnetsDel(subnet);

@@ -52,7 +52,7 @@ void Root::handlePolicy(const std::string& name) {
   }
   if (remaining.empty()) {
     linkPolicy(name, false);
-    clearFallbacks(model_->hw->policy.get(name));
+    unlinkEverywhere(model_->hw->policy.get(name));
     model_->hw->policyDel(name);
     return;
   }
@@ -82,14 +82,18 @@ void Root::linkPolicy(const std::string& name, bool add) {
   }
 }
 
-// In segments that nobody configures any more, too.
-void Root::clearFallbacks(const std::shared_ptr<FwPolicy>& policy) {
+// In segments that nobody configures any more, too, and under whatever name.
+void Root::unlinkEverywhere(const std::shared_ptr<FwPolicy>& policy) {
   std::vector<std::shared_ptr<FwDir>> directories;
   for (const auto& [name, directory] : model_->hw->vrf.items()) directories.push_back(directory);
   if (model_->hw->l2Seg) directories.push_back(model_->hw->l2Seg);
   for (const auto& directory : directories) {
     for (const auto& [name, segment] : directory->segment) {
-      if (policy && segment->fallbackPolicy == policy) segment->fallbackPolicyIs(nullptr);
+      if (!policy) continue;
+      for (const auto& [from, link] : segment->fromSegment.items()) {
+        if (link.policy == policy) segment->fromSegmentDel(from);
+      }
+      if (segment->fallbackPolicy == policy) segment->fallbackPolicyIs(nullptr);
     }
   }
 }

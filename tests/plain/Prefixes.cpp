@@ -6,20 +6,26 @@ namespace Plain {
 void VrfPart::reconcilePrefixes() {
   if (!model().in.capability->globalPrefixListSupported) return;
   const auto directory = output();
+  std::set<Prefix> leftToLists;  // since the first source that has it gives it to no segment
   for (const Prefix& prefix : directory->prefixList.keys()) {
-    const std::string segment = globalPrefixSegment(prefix);
+    const bool isLeft = isGivenToNone(prefix);
+    const std::string segment = isLeft ? "" : globalPrefixSegment(prefix);
     if (!segment.empty()) {
       directory->prefixListIs(prefix, segment);
     } else if (segmentForMatchListPrefix(prefix).empty()) {
       directory->prefixListDel(prefix);
+    } else if (isLeft) {
+      leftToLists.insert(prefix);
     }
   }
   for (const auto& config : model().enabledConfigs()) {
     const auto vrf = config->vrf.get(name_);
     if (!vrf) continue;
     for (const auto& [prefix, segment] : vrf->prefix.items()) {
-      if (directory->prefixList.has(prefix)) continue;
-      if (isSegmentConfigured(model(), name_, segment)) directory->prefixListIs(prefix, segment);
+      if (segment.empty() || !isSegmentConfigured(model(), name_, segment)) continue;
+      if (directory->prefixList.has(prefix) && !leftToLists.contains(prefix)) continue;
+      leftToLists.erase(prefix);
+      directory->prefixListIs(prefix, segment);
     }
   }
 }
@@ -32,6 +38,16 @@ std::string VrfPart::globalPrefixSegment(const Prefix& prefix) {
     if (segment != nullptr && isSegmentConfigured(model(), name_, *segment)) return *segment;
   }
   return "";
+}
+
+// Whether the first enabled source that has the prefix names no segment for it.
+bool VrfPart::isGivenToNone(const Prefix& prefix) {
+  for (const auto& config : model().enabledConfigs()) {
+    const auto vrf = config->vrf.get(name_);
+    const std::string* const segment = vrf ? vrf->prefix.find(prefix) : nullptr;
+    if (segment != nullptr) return segment->empty();
+  }
+  return false;
 }
 
 std::string VrfPart::segmentForMatchListPrefix(const Prefix& prefix) {
@@ -74,7 +90,7 @@ void VrfPart::processGlobalPrefix(const SegmentDir& vrf, bool configured, const 
 
 void VrfPart::updateOrRemoveGlobalPrefix(const Prefix& prefix, const std::string& segment) {
   const auto directory = output();
-  if (directory->find(segment)) {
+  if (!segment.empty() && directory->find(segment)) {
     directory->prefixListIs(prefix, segment);
   } else {
     directory->prefixListDel(prefix);

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "Firewall/ActiveWorkManager.h"
-#include "Firewall/RootDirSm.h"
+#include "Firewall/SwitchStore.h"
 #include "framework/Kiv/Inspector.h"
 #include "tests/support/IndexWalks.h"
 #include "tests/support/Recorder.h"
@@ -33,7 +33,7 @@ class Findings {
 
 }  // namespace
 
-struct RealSwitch::Objects {
+struct RealSwitch::Objects : Firewall::SwitchStore {
   Kiv::Object& top(const Change& change) {
     const std::string& first = change.steps[0];
     if (first == "source") return *config(change.steps[1]);
@@ -56,20 +56,6 @@ struct RealSwitch::Objects {
     return found;
   }
 
-  Pith::Ptr<Kiv::Dir> fwConfigDir = Kiv::make<Kiv::Dir>();
-  Firewall::HwConfig::Ptr hwConfig = Kiv::make<Firewall::HwConfig>();
-  Firewall::Status::Ptr firewallStatus = Kiv::make<Firewall::Status>();
-  Interface::AllIntfStatusDir::Ptr intfStatusDir = Kiv::make<Interface::AllIntfStatusDir>();
-  Ip::Status::Ptr ipStatus = Kiv::make<Ip::Status>();
-  Pith::Ptr<Kiv::Dir> matchListConfigDir = Kiv::make<Kiv::Dir>();
-  Classification::AppRecognitionConfig::Ptr appRecConfig =
-      Kiv::make<Classification::AppRecognitionConfig>();
-  Classification::FieldSetConfig::Ptr fieldSetConfig = Kiv::make<Classification::FieldSetConfig>();
-  Classification::AppRecognitionStatus::Ptr appRecStatus =
-      Kiv::make<Classification::AppRecognitionStatus>();
-  Firewall::HwCapability::Ptr hwCapability = Kiv::make<Firewall::HwCapability>();
-  Acl::AclListConfig::Ptr aclListConfig = Kiv::make<Acl::AclListConfig>();
-
   std::map<std::string, Firewall::Config::Ptr> configs;
   std::map<std::string, ::MatchList::Config::Ptr> paths;
   struct Watchers {
@@ -84,7 +70,6 @@ struct RealSwitch::Objects {
   std::optional<Watchers> watchers;
   std::string findings;  // of the hardware agent
   TestSupport::IndexWalks indexes;
-  Firewall::RootDirSm::Ptr root;
 };
 
 RealSwitch::RealSwitch(Watched watched) : objects_(std::make_unique<Objects>()) {
@@ -97,10 +82,7 @@ void RealSwitch::apply(const Change& change) {
   std::optional<Findings> listening;
   if (o.watchers) listening.emplace(o.findings);
   if (change.kind == Change::Kind::start) {
-    o.root = Firewall::rootDirSmFactory(o.fwConfigDir, o.hwConfig, o.firewallStatus,
-                                        o.intfStatusDir, o.ipStatus, o.matchListConfigDir,
-                                        o.appRecConfig, o.fieldSetConfig, o.appRecStatus,
-                                        o.hwCapability, o.aclListConfig);
+    o.start();
     return;
   }
   if (change.kind == Change::Kind::stop) {
@@ -135,11 +117,7 @@ void RealSwitch::apply(const Change& change) {
   }
 }
 
-void RealSwitch::stop() {
-  if (!objects_->root) return;
-  objects_->root->cleanup();
-  objects_->root = nullptr;
-}
+void RealSwitch::stop() { objects_->stop(); }
 
 Lines RealSwitch::dump() {
   Lines lines;

@@ -109,7 +109,8 @@ void SegmentPart::handleClassMap() {
       output_->intfIs(className, intf);
       vrf_->root().updateVlanSet(*output_, intf, *data);
     } else if (vrf_->root().isIntfInVrf(className, intf)) {
-      output_->intfIs(className, intf);
+      const auto bound = output_->intfIs(className, intf);  // whole
+      for (const Range& range : std::vector(bound->vlanRange)) bound->vlanRangeDel(range);
     } else {
       output_->intfDel(intf);
     }

@@ -42,6 +42,7 @@ class VrfPart {
   void updateOrRemoveGlobalPrefix(const Prefix& prefix, const std::string& segment);
   std::string segmentForMatchListPrefix(const Prefix& prefix);
   std::string globalPrefixSegment(const Prefix& prefix);
+  bool isGivenToNone(const Prefix& prefix);
 
   Root* root_;
   std::string name_;

@@ -96,15 +96,15 @@ void IndexWalks::vrf(const FwVrf& vrf) {
     }
     const std::vector<const FwSegment*> first(
         walked.begin(), walked.begin() + static_cast<std::ptrdiff_t>(walked.empty() ? 0 : 1));
-    const auto indexed = [&](const Pith::String& except) {
-      const auto holder = vrf.segmentHolding(subnet, except);
+    const auto alone = [](const Pith::Ptr<const FwSegment>& holder) {
       return holder ? std::vector<const FwSegment*>{holder.get()} : std::vector<const FwSegment*>();
     };
-    expectSame("holders of subnets", subnet.toString(), indexed({}), first);
+    expectSame("holders of subnets", subnet.toString(), alone(vrf.segmentHolding(subnet)), first);
     if (walked.empty()) continue;
     std::vector<const FwSegment*> heir;
     if (walked.size() > 1) heir.push_back(walked[1]);
-    expectSame("heirs of subnets", subnet.toString(), indexed(walked.front()->name()), heir);
+    expectSame("heirs of subnets", subnet.toString(),
+               alone(vrf.segmentHolding(subnet, walked.front()->name())), heir);
   }
 }
 

@@ -6,32 +6,6 @@ Switch::Switch() = default;
 
 Switch::~Switch() { stop(); }
 
-const Firewall::RootDirSm::Ptr& Switch::start() {
-  root = Firewall::rootDirSmFactory(fwConfigDir, hwConfig, firewallStatus, intfStatusDir, ipStatus,
-                                    matchListConfigDir, appRecConfig, fieldSetConfig, appRecStatus,
-                                    hwCapability, aclListConfig);
-  return root;
-}
-
-void Switch::stop() {
-  if (!root) return;
-  root->cleanup();
-  root = nullptr;
-}
-
-Firewall::Config::Ptr Switch::source(const std::string& name) {
-  if (auto config = Pith::dynamicPtrCast<Firewall::Config>(fwConfigDir->entityPtr(name)))
-    return config;
-  return fwConfigDir->newEntity<Firewall::Config>(name);
-}
-
-MatchList::Config::Ptr Switch::matchLists(const std::string& path) {
-  if (auto config = Pith::dynamicPtrCast<MatchList::Config>(matchListConfigDir->entityPtr(path))) {
-    return config;
-  }
-  return matchListConfigDir->newEntity<MatchList::Config>(path);
-}
-
 void Switch::application(const std::string& name, std::uint8_t protocol,
                          const std::string& dstPorts, const std::string& srcPrefix) {
   if (!dstPorts.empty()) {

@@ -20,7 +20,7 @@
 #include <memory>
 #include <string>
 
-#include "Firewall/RootDirSm.h"
+#include "Firewall/SwitchStore.h"
 #include "framework/Kiv/Dir.h"
 #include "model/Acl/PrefixList.h"
 #include "model/Classification/AppRecognition.h"
@@ -38,21 +38,17 @@ namespace TestSupport {
 
 inline Lanx::IpGenPrefix prefix(const char* text) { return Lanx::IpGenPrefix::parse(text); }
 
-class Switch {
+class Switch : public Firewall::SwitchStore {
  public:
   Switch();
   ~Switch();
   Switch(const Switch&) = delete;
   Switch& operator=(const Switch&) = delete;
 
-  // Makes the root; what is in the inputs is replayed.
-  const Firewall::RootDirSm::Ptr& start();
-  // Cleans the root up and drops it.
-  void stop();
   // The source of that name, made when it is not there.
-  Firewall::Config::Ptr source(const std::string& name);
+  Firewall::Config::Ptr source(const std::string& name) { return sourceIs(name); }
   // The match-list path of that name, made when it is not there.
-  MatchList::Config::Ptr matchLists(const std::string& path);
+  MatchList::Config::Ptr matchLists(const std::string& path) { return matchListPathIs(path); }
   // An application with one protocol range and, when given, one port range to it, under a field set
   // of its name; made anew when it is there.
   void application(const std::string& name, std::uint8_t protocol, const std::string& dstPorts = "",
@@ -63,23 +59,8 @@ class Switch {
   Firewall::RootSm::Ptr rootSm(const std::string& sourceName) const;
   void checkAtRest() const { hardware.checkAtRest(); }
 
-  Pith::Ptr<Kiv::Dir> fwConfigDir = Kiv::make<Kiv::Dir>();
-  Firewall::HwConfig::Ptr hwConfig = Kiv::make<Firewall::HwConfig>();
-  Firewall::Status::Ptr firewallStatus = Kiv::make<Firewall::Status>();
-  Interface::AllIntfStatusDir::Ptr intfStatusDir = Kiv::make<Interface::AllIntfStatusDir>();
-  Ip::Status::Ptr ipStatus = Kiv::make<Ip::Status>();
-  Pith::Ptr<Kiv::Dir> matchListConfigDir = Kiv::make<Kiv::Dir>();
-  Classification::AppRecognitionConfig::Ptr appRecConfig =
-      Kiv::make<Classification::AppRecognitionConfig>();
-  Classification::FieldSetConfig::Ptr fieldSetConfig = Kiv::make<Classification::FieldSetConfig>();
-  Classification::AppRecognitionStatus::Ptr appRecStatus =
-      Kiv::make<Classification::AppRecognitionStatus>();
-  Firewall::HwCapability::Ptr hwCapability = Kiv::make<Firewall::HwCapability>();
-  Acl::AclListConfig::Ptr aclListConfig = Kiv::make<Acl::AclListConfig>();
-
   FakeHardwareAgent hardware{hwConfig};
   WriteRecorder recorder{hwConfig};
-  Firewall::RootDirSm::Ptr root;
 };
 
 class SwitchTest : public ::testing::Test {

@@ -46,6 +46,7 @@ void WriteRecorder::onChange(const Kiv::TreeChange& change) {
       change.attribute.value != nullptr) {
     line += " = " + withShortReferences(change.value);
   }
+  if (into_->listener_) into_->listener_(line);
   into_->lines_.push_back(std::move(line));
 }
 

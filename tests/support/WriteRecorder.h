@@ -8,6 +8,7 @@
 // A reference is written as the last step of its path, so that texts do not depend on numbers.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,6 +29,9 @@ class WriteRecorder final : public Kiv::TreeWatcher {
   const std::vector<std::string>& lines() const { return lines_; }
   // Those of take() whose path begins so.
   std::vector<std::string> takeBelow(const std::string& path);
+  // Called with each line when it is written down; returns the listener before.
+  using Listener = std::function<void(const std::string& line)>;
+  Listener listenerIs(Listener listener) { return std::exchange(listener_, std::move(listener)); }
 
  private:
   void onChange(const Kiv::TreeChange& change) override;
@@ -35,6 +39,7 @@ class WriteRecorder final : public Kiv::TreeWatcher {
   std::vector<std::string> lines_;
   WriteRecorder* into_ = this;
   std::string prefix_;
+  Listener listener_;
 };
 
 // References as the last step of their path.

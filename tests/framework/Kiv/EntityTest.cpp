@@ -194,6 +194,7 @@ TEST_F(EntityTest, childThatIsHeldOutlivesItsOwner) {
 class IndexTest : public testing::Test {
  protected:
   void writeAll() {
+    box_->numberIs(3);
     box_->namesIs("n");
     box_->weightsIs("w", 1U);
     box_->stepsIs(2, "two");
@@ -206,11 +207,13 @@ class IndexTest : public testing::Test {
 
 TEST_F(IndexTest, indexFollowsEveryChange) {
   writeAll();
-  EXPECT_THAT(box_->index(),
-              ElementsAre(Pair("leaves/l", "l"), Pair("names/n", "n"), Pair("sortedLeaves/s", "s"),
-                          Pair("steps/2", "two"), Pair("weights/w", "1")));
+  EXPECT_THAT(box_->index(), ElementsAre(Pair("leaves/l", "l"), Pair("names/n", "n"),
+                                         Pair("number/value", "3"), Pair("sortedLeaves/s", "s"),
+                                         Pair("steps/2", "two"), Pair("weights/w", "1")));
+  box_->numberIs(4);
   box_->weightsIs("w", 5U);
   box_->stepsIs(2, "zwei");
+  EXPECT_EQ(box_->index().at("number/value"), "4");
   EXPECT_EQ(box_->index().at("weights/w"), "5");
   EXPECT_EQ(box_->index().at("steps/2"), "zwei");
   box_->namesDel("n");
@@ -218,13 +221,15 @@ TEST_F(IndexTest, indexFollowsEveryChange) {
   box_->stepsDel(2);
   box_->leavesDelAll();
   box_->sortedLeavesDel("s");
-  EXPECT_THAT(box_->index(), IsEmpty());
+  EXPECT_THAT(box_->index(), ElementsAre(Pair("number/value", "4")));
 }
 
 TEST_F(IndexTest, indexIsAskedOnceForAChangeAndNotForAnEqualEntry) {
   writeAll();
   box_->refusedKeyIs("w");
   EXPECT_NO_THROW(box_->weightsIs("w", 1U));
+  box_->refusedKeyIs("value");
+  EXPECT_NO_THROW(box_->numberIs(3));
   box_->refusedKeyIs("n");
   EXPECT_EQ(*box_->namesIs("n"), "n");
   box_->refusedKeyIs("l");
@@ -252,6 +257,9 @@ TEST_F(IndexTest, changeThatTheIndexRefusesDoesNotHappen) {
   const TestSupport::Recorder recorder(*box_);
   EXPECT_THROW(box_->weightsIs("w", 2U), Pith::RangeException);
   EXPECT_EQ(*box_->weights("w"), 1U);
+  box_->refusedKeyIs("value");
+  EXPECT_THROW(box_->numberIs(2), Pith::RangeException);
+  EXPECT_EQ(box_->number(), 0U);
   EXPECT_THAT(recorder.told(), IsEmpty());
 }
 
@@ -263,7 +271,8 @@ TEST_F(IndexTest, indexIsRightAlreadyWhenTheSubscribersAreTold) {
   box_->weightsIs("a", 1U);
   box_->weightsIs("b", 1U);
   box_->weightsDel("a");
-  EXPECT_THAT(sizes, ElementsAre(1U, 2U, 1U));
+  box_->numberIs(1);
+  EXPECT_THAT(sizes, ElementsAre(1U, 2U, 1U, 2U));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// A store type with an index beside each of its collections.
+// A store type with an index beside each of its attributes.
 #pragma once
 
 #include <cstdint>
@@ -16,13 +16,14 @@ namespace KivTest {
 
 class IndexedBox : public Kiv::Entity {
   KIV_ENTITY(IndexedBox, Kiv::Entity)
+  KIV_VALUE_INDEXED(std::uint32_t, number, onNumber)
   KIV_SET_INDEXED(Pith::String, names, onName)
   KIV_MAP_INDEXED(Pith::String, std::uint32_t, weights, onWeight)
   KIV_ORDERED_MAP_INDEXED(std::uint32_t, Pith::String, steps, onStep)
   KIV_CHILDREN_INDEXED(Pith::String, Leaf, leaves, onLeaf)
   KIV_ORDERED_CHILDREN_INDEXED(Pith::String, Leaf, sortedLeaves, onSortedLeaf)
 
-  // What the indexes hold: "attribute/key" to the value.
+  // What the indexes hold: "attribute/key" to the value; that of a value has the key "value".
   const std::map<std::string, std::string>& index() const { return index_; }
   // Additions and changes of this key are refused.
   void refusedKeyIs(const std::string& key) { refusedKey_ = key; }
@@ -43,6 +44,9 @@ class IndexedBox : public Kiv::Entity {
     } else {
       index_[path] = Kiv::valueToStrep(*current);
     }
+  }
+  void onNumber(std::uint32_t previous, std::uint32_t current) {
+    noted("number", Pith::String("value"), &previous, &current);
   }
   template <class Value>
   void onName(const Pith::String& key, const Value* previous, const Value* current) {

@@ -287,6 +287,20 @@ TEST_F(ReactorTest, nestedReactorWatchesNothingWhenItIsGivenNothingOrAnotherType
   EXPECT_THAT(script_.log, ElementsAre("leaf leaf watched"));
 }
 
+TEST_F(ReactorTest, nestedReactorStandsUnderItsKeyWhateverItWatches) {
+  makeParent();
+  const auto nested = parent_->leafSmIs(leaf_);
+  for (const Pith::Ptr<const Leaf>& watched :
+       {Pith::Ptr<const Leaf>(), Pith::Ptr<const Leaf>(Kiv::make<Leaf>("other"))}) {
+    nested->notifierIs(watched);
+    EXPECT_EQ(parent_->leafSm("leaf"), nested);
+    EXPECT_FALSE(parent_->leafSmHas("other"));
+    EXPECT_EQ(Kiv::objectAt(*parent_, "leafSm/leaf"), nested.get());
+  }
+  parent_->leafSmDel("leaf");
+  EXPECT_FALSE(parent_->leafSmHas("leaf"));
+}
+
 TEST_F(ReactorTest, nestedReactorThatIsSwitchedOffIsPointedAtAnotherObjectWithoutAWord) {
   makeParent();
   const auto nested = parent_->leafSmIs(leaf_);

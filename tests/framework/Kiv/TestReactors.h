@@ -89,9 +89,9 @@ struct ParentSmAttributes {
 
 class ParentSm final : public Kiv::Reactor<ParentSm, ParentSmAttributes> {
   KIV_REACTOR(ParentSm)
-  KIV_CHILD_REACTORS(ChildSm, childSm, ChildSmKeyFunktor, Pith::String, childName())
+  KIV_CHILD_REACTORS(ChildSm, childSm, ChildSmKeyFunktor, Pith::String)
   KIV_CHILD_REACTOR(ChildSm, onlySm)
-  KIV_CHILD_REACTORS(LeafSm, leafSm, LeafSmKeyFunktor, Pith::String, notifier()->name())
+  KIV_CHILD_REACTORS(LeafSm, leafSm, LeafSmKeyFunktor, Pith::String)
 
   static constexpr bool cleanupOnDestruction = true;
 

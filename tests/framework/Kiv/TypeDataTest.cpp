@@ -11,6 +11,14 @@
 #include "framework/Kiv/Optional.h"
 #include "tests/framework/Kiv/TestTypes.h"
 
+// Declared on one line, below a base.
+// clang-format off
+namespace KivTest {
+class OneLine : public Leaf { KIV_ENTITY(OneLine, Leaf) using Leaf::Leaf; KIV_VALUE(bool, first) KIV_VALUE(bool, second) };
+KIV_ENTITY_DEFINE(OneLine)
+}  // namespace KivTest
+// clang-format on
+
 namespace {
 
 using Kiv::AttributeKind;
@@ -18,6 +26,7 @@ using Kiv::ValueData;
 using KivTest::Box;
 using KivTest::Leaf;
 using KivTest::NamedBox;
+using KivTest::OneLine;
 using testing::ElementsAre;
 
 const Kiv::AttributeData& attribute(const char* name) {
@@ -42,6 +51,15 @@ TEST(TypeDataTest, fieldIdentifiersRiseInThatOrderAndAreTheConstantsOfTheType) {
   EXPECT_EQ(attribute("leaves").field, Box::leavesField);
   EXPECT_EQ(attribute("label").field, NamedBox::labelField);
   EXPECT_EQ(NamedBox::numberField, Box::numberField);
+}
+
+TEST(TypeDataTest, fieldIdentifiersCountTheDeclarationsAndNotTheLines) {
+  EXPECT_EQ(Leaf::numberField, 1);
+  EXPECT_EQ(Leaf::nextField, 2);
+  EXPECT_EQ(OneLine::firstField, 65);
+  EXPECT_EQ(OneLine::secondField, 66);
+  EXPECT_EQ(Box::flagField, 1);
+  EXPECT_EQ(Box::sortedLeavesField, 16);
 }
 
 TEST(TypeDataTest, kindsAreThoseOfTheDeclarations) {

@@ -20,7 +20,8 @@ using Lanx::IpGenAddrWithMask;
 IpGenAddrWithMask subnet(const std::string& text) { return IpGenAddrWithMask::parse(text); }
 
 // What the index stands for.
-std::string walked(const FwVrf& vrf, const IpGenAddrWithMask& subnet, const Pith::String& except) {
+std::string walked(const FwVrf& vrf, const IpGenAddrWithMask& subnet,
+                   const std::optional<Pith::String>& except) {
   for (const auto& segment : vrf.segment()) {
     if (segment->name() != except && segment->subnetsHas(subnet)) {
       return std::string(segment->name().view());
@@ -30,8 +31,8 @@ std::string walked(const FwVrf& vrf, const IpGenAddrWithMask& subnet, const Pith
 }
 
 std::string lookedUp(const FwVrf& vrf, const IpGenAddrWithMask& subnet,
-                     const Pith::String& except = {}) {
-  const auto segment = vrf.segmentHolding(subnet, except);
+                     const std::optional<Pith::String>& except = {}) {
+  const auto segment = except ? vrf.segmentHolding(subnet, *except) : vrf.segmentHolding(subnet);
   return segment ? std::string(segment->name().view()) : "";
 }
 
@@ -55,6 +56,14 @@ TEST(SubnetHoldersTest, TheSmallestNameIsFirstWhateverTheOrderOfArrival) {
   EXPECT_EQ(lookedUp(*vrf, net, "m"), "");
   vrf->segment("m")->subnetsDelAll();
   EXPECT_EQ(lookedUp(*vrf, net), "");
+}
+
+TEST(SubnetHoldersTest, ASegmentWithoutANameIsTheFirstUnlessItIsLeftOut) {
+  const auto vrf = Kiv::make<FwVrf>("red");
+  for (const char* name : {"a", ""}) vrf->segmentIs(name)->subnetsIs(net, true);
+  EXPECT_EQ(vrf->segmentHolding(net), vrf->segment(""));
+  EXPECT_EQ(vrf->segmentHolding(net, ""), vrf->segment("a"));
+  EXPECT_EQ(vrf->segmentHolding(net, "a"), vrf->segment(""));
 }
 
 TEST(SubnetHoldersTest, HostBitsMakeAnotherSubnet) {

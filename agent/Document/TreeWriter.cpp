@@ -1,17 +1,10 @@
-#include "agent/View/TreeWriter.h"
+#include "agent/Document/TreeWriter.h"
 
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/writer.h>
 #include <yaml.h>
 
-#include <algorithm>
-#include <charconv>
-#include <optional>
 #include <stdexcept>
-#include <utility>
-#include <vector>
-
-#include "agent/View/Text.h"
 
 namespace Agent {
 namespace {
@@ -123,7 +116,8 @@ class YamlWriter final : public TreeWriter {
  private:
   void scalar(std::string_view value, yaml_scalar_style_t style) {
     yaml_event_t event;
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(value.data());
+    const char* const data = value.empty() ? "" : value.data();  // which must not be null
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(data);
     yaml_scalar_event_initialize(&event, nullptr, nullptr, bytes, static_cast<int>(value.size()), 1,
                                  1, style);
     emit(event);
@@ -150,79 +144,6 @@ std::unique_ptr<TreeWriter> TreeWriter::jsonLine(std::string& out) {
 }
 std::unique_ptr<TreeWriter> TreeWriter::yaml(std::string& out) {
   return std::make_unique<YamlWriter>(out);
-}
-
-void TreeWriter::object(const Kiv::Object& object) {
-  begin();
-  for (const Kiv::AttributeData& data : object.typeData().attributes) {
-    key(data.name);
-    attribute(object, data);
-  }
-  end();
-}
-
-void TreeWriter::attribute(const Kiv::Object& object, const Kiv::AttributeData& attribute) {
-  using Kind = Kiv::AttributeKind;
-  struct Entry {
-    std::string key;
-    std::string value;
-    const Kiv::Object* child;
-  };
-  std::vector<Entry> entries;
-  attribute.each(
-      object, [&entries](std::string_view key, std::string_view value, const Kiv::Object* child) {
-        entries.push_back({std::string(key), std::string(value), child});
-      });
-  if (!attribute.ordered) {
-    std::sort(entries.begin(), entries.end(),
-              [](const Entry& a, const Entry& b) { return a.key < b.key; });
-  }
-  const auto one = [&](const Entry& entry) {
-    if (entry.child != nullptr) {
-      this->object(*entry.child);
-    } else {
-      value(*attribute.value, entry.value);
-    }
-  };
-  if (attribute.kind == Kind::set) {
-    beginList();
-    for (const Entry& entry : entries) value(*attribute.key, entry.key);
-    endList();
-  } else if (attribute.key != nullptr) {
-    begin();
-    for (const Entry& entry : entries) {
-      key(entry.key);
-      one(entry);
-    }
-    end();
-  } else if (entries.empty()) {
-    text({});
-  } else {
-    one(entries.front());
-  }
-}
-
-void TreeWriter::value(const Kiv::ValueData& data, std::string_view text) {
-  using Kind = Kiv::ValueData::Kind;
-  std::uint64_t number = 0;
-  if (data.kind == Kind::record) {
-    begin();
-    for (const auto& [name, fieldText] : recordFields(text)) {
-      for (const auto& field : data.fields) {
-        if (field.name != name) continue;
-        key(name);
-        value(*field.value, fieldText);
-      }
-    }
-    end();
-  } else if (data.kind == Kind::boolean) {
-    boolean(text == "true");
-  } else if (data.kind == Kind::integer &&
-             std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc()) {
-    this->number(number);
-  } else {
-    this->text(valueText(data, text));
-  }
 }
 
 }  // namespace Agent

@@ -1,77 +1,63 @@
-#include "agent/Command/Generate.h"
+#include "agent/Command/GeneratedTexts.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <functional>
 #include <sstream>
 #include <string_view>
+#include <utility>
 #include <vector>
+
+#include "agent/Command/Commands.h"
 
 namespace Agent {
 namespace {
 
-struct Option {
-  std::vector<std::string> names;  // with their dashes; the one name of a positional
-  std::string metavariable;        // empty: a flag
-  std::string description;
-  std::vector<std::string> choices;  // empty: anything
-};
-
+// A command with the words that lead to it: "explain rule"; none for the program itself.
 struct CommandText {
-  std::string name;  // "explain rule"
-  std::string description;
-  std::string footer;
-  std::vector<Option> options;
-  std::vector<Option> positionals;
-  std::vector<std::string> subcommands;
+  std::string name;
+  const Command& command;
+
+  // Those that it has itself.
+  std::vector<Option> options() const {
+    std::vector<Option> all = helpOptions();
+    for (const Option& option : command.options) {
+      if (!option.isArgument) all.push_back(option);
+    }
+    return all;
+  }
+  std::vector<Option> arguments() const {
+    std::vector<Option> all;
+    for (const Option& option : command.options) {
+      if (option.isArgument) all.push_back(option);
+    }
+    return all;
+  }
+  std::vector<std::string> subcommands() const {
+    std::vector<std::string> names;
+    for (const Command& below : command.below) names.push_back(below.name);
+    return names;
+  }
 };
 
-// The words of "auto|always|never"; none where it is one.
-std::vector<std::string> choicesOf(const std::string& text) {
-  std::vector<std::string> choices;
-  if (text.find('|') == std::string::npos) return choices;
-  std::istringstream words(text);
-  for (std::string word; std::getline(words, word, '|');) choices.push_back(word);
-  return choices;
-}
-
-CommandText textOf(const CLI::App& app, const std::string& name) {
-  CommandText text{name, app.get_description(), app.get_footer(), {}, {}, {}};
-  for (const CLI::Option* const option : app.get_options()) {
-    const std::string& shown = option->get_option_text();
-    Option one{{},
-               shown.empty() ? option->get_type_name() : shown,
-               option->get_description(),
-               choicesOf(shown)};
-    if (option->get_positional()) {
-      one.names.push_back(option->get_name(true));
-      text.positionals.push_back(std::move(one));
-      continue;
-    }
-    if (option->get_expected_max() == 0) one.metavariable.clear();
-    for (const std::string& letter : option->get_snames()) one.names.push_back("-" + letter);
-    for (const std::string& word : option->get_lnames()) one.names.push_back("--" + word);
-    text.options.push_back(std::move(one));
+void addTexts(const Command& command, const std::string& name, std::vector<CommandText>& all) {
+  all.push_back({name, command});
+  for (const Command& below : command.below) {
+    addTexts(below, name.empty() ? below.name : name + " " + below.name, all);
   }
-  for (const CLI::App* const below : app.get_subcommands(nullptr)) {
-    text.subcommands.push_back(below->get_name());
-  }
-  return text;
 }
 
 // The program itself, its commands, and theirs.
-std::vector<CommandText> commandsOf(const CLI::App& app) {
-  std::vector<CommandText> all{textOf(app, "")};
-  const std::function<void(const CLI::App&, const std::string&)> add =
-      [&](const CLI::App& parent, const std::string& prefix) {
-        for (const CLI::App* const below : parent.get_subcommands(nullptr)) {
-          const std::string name = prefix + below->get_name();
-          all.push_back(textOf(*below, name));
-          add(*below, name + " ");
-        }
-      };
-  add(app, "");
+std::vector<CommandText> commandsOf(const Command& program) {
+  std::vector<CommandText> all;
+  addTexts(program, {}, all);
   return all;
+}
+
+// "-o" and "--output".
+std::vector<std::string> namesOf(const Option& option) {
+  std::vector<std::string> names;
+  std::istringstream words(option.names);
+  for (std::string word; std::getline(words, word, ',');) names.push_back(word);
+  return names;
 }
 
 std::string joined(const std::vector<std::string>& words, std::string_view separator) {
@@ -95,16 +81,15 @@ std::string roff(std::string_view text) {
 }
 
 void manOptions(std::string& page, const CommandText& command) {
-  for (const Option& positional : command.positionals) {
-    page += ".TP\n\\fI" + roff(positional.names.front()) + "\\fR\n\\&" +
-            roff(positional.description) + "\n";
+  for (const Option& argument : command.arguments()) {
+    page += ".TP\n\\fI" + roff(argument.name()) + "\\fR\n\\&" + roff(argument.what) + "\n";
   }
-  for (const Option& option : command.options) {
-    const bool isHelp = option.names.back().rfind("--help", 0) == 0;
+  for (const Option& option : command.options()) {
+    const bool isHelp = option.name().rfind("--help", 0) == 0;
     if (isHelp && !command.name.empty()) continue;  // it is told once
-    page += ".TP\n\\fB" + roff(joined(option.names, ", ")) + "\\fR";
-    if (!option.metavariable.empty()) page += " \\fI" + roff(option.metavariable) + "\\fR";
-    page += "\n\\&" + roff(option.description) + "\n";
+    page += ".TP\n\\fB" + roff(joined(namesOf(option), ", ")) + "\\fR";
+    if (!option.value.empty()) page += " \\fI" + roff(option.value) + "\\fR";
+    page += "\n\\&" + roff(option.what) + "\n";
   }
 }
 
@@ -134,59 +119,56 @@ std::string choiceCases(const std::vector<CommandText>& commands, const std::str
                         const std::string& end) {
   std::string text;
   for (const CommandText& command : commands) {
-    for (const Option& option : command.options) {
-      if (option.choices.empty()) continue;
+    for (const Option& option : command.options()) {
+      if (option.choices().empty()) continue;
       // The options of the program itself are those of every command.
       const std::string name = command.name.empty() ? "*'" : "'" + command.name;
-      text.append("    ").append(name).append(" ").append(option.names.back()).append("') ");
-      text.append(begin).append(joined(option.choices, " ")).append(end).append(" ;;\n");
+      text.append("    ").append(name).append(" ").append(option.name()).append("') ");
+      text.append(begin).append(joined(option.choices(), " ")).append(end).append(" ;;\n");
     }
   }
   return text;
 }
 
-std::vector<std::string> choicesOfPositionals(const CommandText& command) {
+std::vector<std::string> choicesOfArguments(const CommandText& command) {
   std::vector<std::string> words;
-  for (const Option& positional : command.positionals) {
-    words.insert(words.end(), positional.choices.begin(), positional.choices.end());
+  for (const Option& argument : command.arguments()) {
+    for (std::string& word : argument.choices()) words.push_back(std::move(word));
   }
   return words;
 }
 
 std::vector<std::string> optionWords(const CommandText& command) {
   std::vector<std::string> words;
-  for (const Option& option : command.options) {
-    words.insert(words.end(), option.names.begin(), option.names.end());
+  for (const Option& option : command.options()) {
+    for (std::string& word : namesOf(option)) words.push_back(std::move(word));
   }
   return words;
 }
 
 }  // namespace
 
-std::string manPage(const CLI::App& app) {
-  const std::vector<CommandText> commands = commandsOf(app);
+std::string manPage(const Command& program) {
+  const std::vector<CommandText> commands = commandsOf(program);
   std::string page =
       ".TH FWAGENT 1\n.SH NAME\nfwagent \\- host agent of the firewall configuration\n"
       ".SH SYNOPSIS\n.B fwagent\n[\\fIOPTION\\fR...] \\fICOMMAND\\fR ...\n.SH DESCRIPTION\n\\&" +
-      roff(app.get_description()) + ".\n.SH OPTIONS\nThese are taken by every command.\n";
+      roff(program.summary) + ".\n.SH OPTIONS\nThese are taken by every command.\n";
   manOptions(page, commands.front());
   page += ".SH COMMANDS\n";
   for (const CommandText& command : commands) {
     if (command.name.empty()) continue;
     page += ".SS fwagent " + roff(command.name);
-    for (const Option& each : command.positionals) page += " " + roff(each.names.front());
-    page += "\n\\&" + roff(command.description) + "\n";
+    for (const Option& each : command.arguments()) page += " " + roff(each.name());
+    page += "\n\\&" + roff(command.command.summary) + "\n";
     manOptions(page, command);
-    const std::size_t example = std::min(command.footer.find("Example:"), command.footer.size());
-    page += ".PP\n" + roff(command.footer.substr(example)) + "\n";
+    page += ".PP\n" + roff("Example: fwagent " + command.command.example) + "\n";
   }
-  return page +
-         ".SH EXIT STATUS\n0 done; 1 the answer is no; 2 wrong usage or refused configuration; "
-         "3 I/O or no agent.\n.SH SEE ALSO\n.BR fleetlog (1)\n";
+  return page + ".SH EXIT STATUS\n" + exitStatusText + "\n.SH SEE ALSO\n.BR fleetlog (1)\n";
 }
 
-std::string bashCompletion(const CLI::App& app) {
-  const std::vector<CommandText> commands = commandsOf(app);
+std::string bashCompletion(const Command& program) {
+  const std::vector<CommandText> commands = commandsOf(program);
   std::string text =
       "_fwagent() {\n"
       "  local word=${COMP_WORDS[COMP_CWORD]} command= each\n"
@@ -196,8 +178,8 @@ std::string bashCompletion(const CLI::App& app) {
   text += "    esac\n  done\n  local words\n  case \"$command\" in\n";
   const std::string common = joined(optionWords(commands.front()), " ");
   for (const CommandText& command : commands) {
-    text += "    '" + command.name + "') words='" + joined(command.subcommands, " ") + " " +
-            joined(choicesOfPositionals(command), " ") + " " + joined(optionWords(command), " ") +
+    text += "    '" + command.name + "') words='" + joined(command.subcommands(), " ") + " " +
+            joined(choicesOfArguments(command), " ") + " " + joined(optionWords(command), " ") +
             (command.name.empty() ? "" : " " + common) + "' ;;\n";
   }
   return text +
@@ -212,8 +194,8 @@ std::string bashCompletion(const CLI::App& app) {
          "complete -o filenames -F _fwagent fwagent\n";
 }
 
-std::string zshCompletion(const CLI::App& app) {
-  const std::vector<CommandText> commands = commandsOf(app);
+std::string zshCompletion(const Command& program) {
+  const std::vector<CommandText> commands = commandsOf(program);
   std::string text =
       "#compdef fwagent\n"
       "local command= each\n"
@@ -222,8 +204,8 @@ std::string zshCompletion(const CLI::App& app) {
   text += commandCases(commands);
   text += "  esac\ndone\nlocal -a known\ncase \"$command\" in\n";
   for (const CommandText& command : commands) {
-    text += "  '" + command.name + "') known=(" + joined(command.subcommands, " ") + " " +
-            joined(choicesOfPositionals(command), " ");
+    text += "  '" + command.name + "') known=(" + joined(command.subcommands(), " ") + " " +
+            joined(choicesOfArguments(command), " ");
     for (const CommandText* each : {&command, &commands.front()}) {
       if (each == &commands.front() && command.name.empty()) continue;
       text += " " + joined(optionWords(*each), " ");
@@ -235,9 +217,9 @@ std::string zshCompletion(const CLI::App& app) {
          "esac\ncompadd -a known\n_files\n";
 }
 
-std::string fishCompletion(const CLI::App& app) {
+std::string fishCompletion(const Command& program) {
   std::string text;
-  for (const CommandText& command : commandsOf(app)) {
+  for (const CommandText& command : commandsOf(program)) {
     std::string condition = "__fish_use_subcommand";
     if (!command.name.empty()) {
       const std::size_t blank = command.name.find(' ');
@@ -247,25 +229,25 @@ std::string fishCompletion(const CLI::App& app) {
       }
     }
     const std::string line = "complete -c fwagent -n '" + condition + "'";
-    for (const std::string& name : command.subcommands) {
+    for (const std::string& name : command.subcommands()) {
       text.append(line).append(" -a ").append(name).append("\n");
     }
-    for (const std::string& word : choicesOfPositionals(command)) {
+    for (const std::string& word : choicesOfArguments(command)) {
       text.append(line).append(" -a ").append(word).append("\n");
     }
     // The options of the program itself are those of every command.
     const std::string options = command.name.empty() ? "complete -c fwagent" : line;
-    for (const Option& option : command.options) {
+    for (const Option& option : command.options()) {
       text += options;
-      for (const std::string& name : option.names) {
+      for (const std::string& name : namesOf(option)) {
         text += name[1] == '-' ? " -l " + name.substr(2) : " -s " + name.substr(1);
       }
-      if (!option.choices.empty()) {
-        text += " -x -a '" + joined(option.choices, " ") + "'";
-      } else if (!option.metavariable.empty()) {
+      if (!option.choices().empty()) {
+        text += " -x -a '" + joined(option.choices(), " ") + "'";
+      } else if (!option.value.empty()) {
         text += " -r";
       }
-      text += " -d '" + shellText(option.description) + "'\n";
+      text += " -d '" + shellText(option.what) + "'\n";
     }
   }
   return text;

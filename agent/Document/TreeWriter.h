@@ -1,23 +1,18 @@
-// Objects of the store as JSON or YAML, everything that they hold, in a stable order.
+// JSON or YAML, piece by piece: what the readers read, written.
 //
 //   auto writer = TreeWriter::json(text);
 //   writer->begin();
-//   writer->key("hwConfig"); writer->object(*store.hwConfig);
+//   writer->key("ports"); writer->beginList(); writer->number(80); writer->endList();
 //   writer->end();
 //   writer->done();
 //
-// An object is a mapping of its attributes. Booleans and integers are themselves, sets are lists,
-// references the names of what they refer to. What the store keeps in the order of insertion is
-// sorted by key, so that the same content is the same text however it came about.
+// Pieces that do not make a tree are a fault of the caller, which is not looked for.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
-
-#include "framework/Kiv/Object.h"
-#include "framework/Kiv/TypeData.h"
 
 namespace Agent {
 
@@ -40,12 +35,6 @@ class TreeWriter {
   virtual void null() = 0;
   // Ends the output with a line break.
   virtual void done() = 0;
-
-  void object(const Kiv::Object& object);
-  void value(const Kiv::ValueData& data, std::string_view text);
-
- private:
-  void attribute(const Kiv::Object& object, const Kiv::AttributeData& attribute);
 };
 
 }  // namespace Agent

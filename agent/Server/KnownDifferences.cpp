@@ -1,127 +1,41 @@
-#include "agent/Server/Explanations.h"
+#include "agent/Server/KnownDifferences.h"
 
 #include <algorithm>
-#include <array>
 #include <set>
 #include <utility>
 
 #include "Firewall/RuleId.h"
+#include "agent/Server/BehaviourLines.h"
 #include "framework/Kiv/Path.h"
 
 namespace Agent {
 namespace {
 
-constexpr std::string_view lastValues =
-    "These two keep their last values while `active` is false: do not read them then.";
-constexpr std::string_view switchesOfAll =
-    "`defaultPolicyDrop` and `forwardType` are made of all sources, disabled ones too, but looked "
-    "at only when an enabled source starts or changes its own: after a change or removal of a "
-    "disabled source, disable and enable an enabled one.";
-constexpr std::string_view disabledLeavesSegments =
-    "A source that is disabled beside an enabled one leaves its segments in VRFs that they share "
-    "in the tables: delete them from it first, or disable all.";
-constexpr std::string_view disabledLeavesPolicies =
-    "A disabled source leaves its policies and rules in the hardware while any other is enabled. "
-    "Remove them before disabling it.";
-constexpr std::string_view oneL2Directory =
-    "The tables have one L2 directory: a source that starts makes it anew, and any source with one "
-    "that stops takes it away. Configure L2 segments in one source alone.";
-constexpr std::string_view vrfLeft =
-    "A VRF that leaves the IP status while several enabled sources configure it stays in the "
-    "tables, since each leaves it to the others: delete it from all sources but one first.";
-constexpr std::string_view identifiersReused =
-    "Rule identifiers are reused as soon as they are free, also while one rule is recompiled. Do "
-    "not keep them.";
-constexpr std::string_view lastCompiled =
-    "Policies of one name in several sources are one policy. Where sequence numbers meet, the rule "
-    "that was compiled last holds, and the other takes over when that has no service or goes. Give "
-    "sources numbers of their own.";
-constexpr std::string_view overlap =
-    "Two ranges of one port set that start at the same port take each other's place, and the later "
-    "one wins, as do the blocks that ranges are split into. Do not let ranges overlap.";
-constexpr std::string_view narrowerKept =
-    "A range of ports that becomes wider leaves the narrower ones, or blocks, that it had been, "
-    "beside it; they match nothing more. Disable and enable the sources to be rid of them.";
-constexpr std::string_view firstClaim =
-    "Of several segments whose lists hold a prefix, the one that held it first owns it VRF-wide, "
-    "until any of them gives it up: then the first of the others in the VRF does. Give such a "
-    "prefix to its segment as a global prefix.";
-constexpr std::string_view globalOfTwo =
-    "A global prefix in two sources goes to the segment that was named last, after a restart to "
-    "that of the source that joined the directory first. Give it in one source.";
-constexpr std::string_view globalOfDisabled =
-    "The global prefixes of a disabled source still keep match lists off the VRF-wide list, and "
-    "enter it when a segment that they name comes. Remove them before disabling it.";
-constexpr std::string_view globalOfNone =
-    "A global prefix of a segment that is not configured leaves the prefix to a list that held "
-    "it before, whatever becomes of that list, and keeps lists that come later off the VRF-wide "
-    "list. Configure the segment.";
-constexpr std::string_view listsOfTwo =
-    "Of two sources that choose lists for one segment the last wins, and its subnets replace the "
-    "other's. Choose in one source.";
-constexpr std::string_view noneChosen =
-    "Choosing none keeps the subnets while any other source, even a disabled one, names a list of "
-    "the family for the segment. Choose none there too.";
-constexpr std::string_view twoPermits =
-    "A prefix that two entries of a prefix list permit goes with the first entry that is removed. "
-    "Permit it once.";
-constexpr std::string_view interfaceLater =
-    "An interface that appears after its class map is not bound by that. Remove it from the class "
-    "map and add it again, or route it.";
-constexpr std::string_view interfaceGone =
-    "An interface that goes stays bound where its class map had bound it, until it is removed from "
-    "that. Remove it from the class map first.";
-constexpr std::string_view classMapsOfTwo =
-    "Of two sources with a class map of one name, the one that removes an interface or the class "
-    "map unbinds it for both, and the one that changed last gives an interface its VLANs. Define "
-    "it in one source.";
-constexpr std::string_view stillSubscriber =
-    "A segment that lost its interfaces still counts as a subscriber, also when it is reported on "
-    "the service side, and services keep their links from it. Remove the segment and add it again.";
-constexpr std::string_view segmentOfTwo =
-    "Of two sources with a segment of one name, what either stops to name goes for both: links, "
-    "the fallback policy, the class map. Give a segment to one source.";
-constexpr std::string_view fallbackLeft =
-    "Of two sources with a segment of one name, the one that removes it leaves the fallback policy "
-    "that it had named. Clear that first.";
-constexpr std::string_view policyLater =
-    "A policy that appears after \"forwarding-segments\" named it does not link the subscribers. "
-    "Remove the entry and add it again.";
-constexpr std::string_view linksLeft =
-    "Removing the policy of \"forwarding-segments\" leaves the links. Remove the entries that name "
-    "it first.";
-constexpr std::string_view linksReplaced =
-    "Setting or removing \"forwarding-segments\" unlinks the segment's other from-segments. Name "
-    "either the one or the others.";
-
-constexpr std::array allLines{
-    lastValues,
-    switchesOfAll,
-    disabledLeavesSegments,
-    disabledLeavesPolicies,
-    oneL2Directory,
-    vrfLeft,
-    identifiersReused,
-    lastCompiled,
-    overlap,
-    narrowerKept,
-    firstClaim,
-    globalOfTwo,
-    globalOfNone,
-    globalOfDisabled,
-    listsOfTwo,
-    noneChosen,
-    twoPermits,
-    interfaceLater,
-    interfaceGone,
-    classMapsOfTwo,
-    stillSubscriber,
-    segmentOfTwo,
-    fallbackLeft,
-    policyLater,
-    linksLeft,
-    linksReplaced,
-};
+constexpr std::string_view lastValues = behaviourLine("last-values");
+constexpr std::string_view switchesOfAll = behaviourLine("switches-of-all");
+constexpr std::string_view disabledLeavesSegments = behaviourLine("disabled-leaves-segments");
+constexpr std::string_view disabledLeavesPolicies = behaviourLine("disabled-leaves-policies");
+constexpr std::string_view oneL2Directory = behaviourLine("one-l2-directory");
+constexpr std::string_view vrfLeft = behaviourLine("vrf-left");
+constexpr std::string_view identifiersReused = behaviourLine("identifiers-reused");
+constexpr std::string_view lastCompiled = behaviourLine("last-compiled");
+constexpr std::string_view overlap = behaviourLine("ports-overlap");
+constexpr std::string_view narrowerKept = behaviourLine("narrower-ports-kept");
+constexpr std::string_view firstClaim = behaviourLine("first-claim");
+constexpr std::string_view globalOfTwo = behaviourLine("global-of-two");
+constexpr std::string_view globalOfDisabled = behaviourLine("global-of-disabled");
+constexpr std::string_view globalOfNone = behaviourLine("global-of-none");
+constexpr std::string_view listsOfTwo = behaviourLine("lists-of-two");
+constexpr std::string_view noneChosen = behaviourLine("none-chosen");
+constexpr std::string_view twoPermits = behaviourLine("two-permits");
+constexpr std::string_view interfaceLater = behaviourLine("interface-later");
+constexpr std::string_view interfaceGone = behaviourLine("interface-gone");
+constexpr std::string_view classMapsOfTwo = behaviourLine("class-maps-of-two");
+constexpr std::string_view stillSubscriber = behaviourLine("still-subscriber");
+constexpr std::string_view segmentOfTwo = behaviourLine("segment-of-two");
+constexpr std::string_view fallbackLeft = behaviourLine("fallback-left");
+constexpr std::string_view policyLater = behaviourLine("policy-later");
+constexpr std::string_view linksReplaced = behaviourLine("links-replaced");
 
 constexpr std::string_view forwardingSegments = "forwarding-segments";
 
@@ -161,22 +75,20 @@ bool rangesMeet(const Classification::FieldSetConfig& sets, const Pith::String& 
 
 }  // namespace
 
-std::span<const std::string_view> Explanations::lines() { return allLines; }
-
-Explanations::Explanations(const Store& running, const FlatTree& now, const FlatTree& fresh)
+KnownDifferences::KnownDifferences(const Store& running, const FlatTree& now, const FlatTree& fresh)
     : running_(running), now_(now), fresh_(fresh) {
-  for (auto entry = running.sources->entityPtrIteratorConst(); entry; ++entry) {
+  for (auto entry = running.fwConfigDir->entityPtrIteratorConst(); entry; ++entry) {
     sources_.push_back(running.source(entry.key()));
   }
 }
 
 template <class Predicate>
-std::size_t Explanations::sourcesWith(const Predicate& predicate) const {
+std::size_t KnownDifferences::sourcesWith(const Predicate& predicate) const {
   return static_cast<std::size_t>(std::count_if(
       sources_.begin(), sources_.end(), [&](const auto& source) { return predicate(*source); }));
 }
 
-std::string_view Explanations::of(const std::string& path) const {
+std::string_view KnownDifferences::of(const std::string& path) const {
   const Steps steps = stepsOf(path);
   const std::string& first = steps.front();
   if (first == "defaultPolicyDrop" || first == "forwardType") {
@@ -192,7 +104,7 @@ std::string_view Explanations::of(const std::string& path) const {
   return {};
 }
 
-std::string_view Explanations::ofPolicy(const std::string& path, const Steps& steps) const {
+std::string_view KnownDifferences::ofPolicy(const std::string& path, const Steps& steps) const {
   const Pith::String name(steps[1]);
   const auto has = [&name](const Firewall::Config& source) {
     return source.policy(name) != nullptr;
@@ -224,19 +136,19 @@ std::string_view Explanations::ofPolicy(const std::string& path, const Steps& st
   return left;
 }
 
-bool Explanations::portsOverlap(const Pith::String& service) const {
-  const auto app = running_.applications->app(service);
-  return app && (rangesMeet(*running_.fieldSets, app->dstPortFieldSet()) ||
-                 rangesMeet(*running_.fieldSets, app->srcPortFieldSet()));
+bool KnownDifferences::portsOverlap(const Pith::String& service) const {
+  const auto app = running_.appRecConfig->app(service);
+  return app && (rangesMeet(*running_.fieldSetConfig, app->dstPortFieldSet()) ||
+                 rangesMeet(*running_.fieldSetConfig, app->srcPortFieldSet()));
 }
 
-std::string_view Explanations::ofService(const std::string& path, const Steps& steps) const {
+std::string_view KnownDifferences::ofService(const std::string& path, const Steps& steps) const {
   const Pith::String name(steps[1]);
   if (portsOverlap(name)) return overlap;
   if (steps.size() < 4) return {};
-  const auto app = running_.applications->app(name);
+  const auto app = running_.appRecConfig->app(name);
   if (!app || (steps[2] != "dstPort" && steps[2] != "srcPort")) return {};
-  const auto set = running_.fieldSets->fieldSetL4Port(
+  const auto set = running_.fieldSetConfig->fieldSetL4Port(
       steps[2] == "dstPort" ? app->dstPortFieldSet() : app->srcPortFieldSet());
   const auto ports = set ? set->subConfig() : nullptr;
   if (!ports || fresh_.count(path) != 0) return {};
@@ -247,7 +159,7 @@ std::string_view Explanations::ofService(const std::string& path, const Steps& s
   return {};
 }
 
-std::string_view Explanations::ofVrf(const std::string& path, const Steps& steps) const {
+std::string_view KnownDifferences::ofVrf(const std::string& path, const Steps& steps) const {
   const L3::VrfName vrf(steps[1]);
   const auto has = [&vrf](const Firewall::Config& source) { return source.vrf(vrf) != nullptr; };
   const std::string vrfPath = path.substr(0, path.find('/', path.find('/') + 1));
@@ -259,7 +171,7 @@ std::string_view Explanations::ofVrf(const std::string& path, const Steps& steps
 }
 
 // Who owns a VRF-wide prefix.
-std::string_view Explanations::ofOwner(const std::string& path, const Steps& steps) const {
+std::string_view KnownDifferences::ofOwner(const std::string& path, const Steps& steps) const {
   const L3::VrfName vrf(steps[1]);
   const Lanx::IpGenPrefix prefix = Lanx::IpGenPrefix::parse(steps.back());
   const auto names = [&](const Firewall::Config& source) {
@@ -294,14 +206,14 @@ std::string_view Explanations::ofOwner(const std::string& path, const Steps& ste
 }
 
 // What is there that the configuration has not: of a source that has gone.
-std::string_view Explanations::ofLeft(const std::string& path) const {
+std::string_view KnownDifferences::ofLeft(const std::string& path) const {
   const auto fresh = fresh_.find(path);
   const bool isLeft = fresh == fresh_.end() || fresh->second.text.empty();
   return running_.sourceHasLeft() && isLeft ? disabledLeavesSegments : "";
 }
 
-std::string_view Explanations::ofSegment(const std::string& path, const Steps& steps,
-                                         bool isL2) const {
+std::string_view KnownDifferences::ofSegment(const std::string& path, const Steps& steps,
+                                             bool isL2) const {
   const auto directoryOf = [&](const Firewall::Config& source) {
     return isL2 ? Pith::Ptr<const Firewall::SegmentDir>(source.l2SegmentDir())
                 : Pith::Ptr<const Firewall::SegmentDir>(source.vrf(L3::VrfName(steps[1])));
@@ -337,23 +249,24 @@ std::string_view Explanations::ofSegment(const std::string& path, const Steps& s
                                     : std::string_view();
 }
 
-std::string_view Explanations::ofFallback(const std::string& path) const {
+std::string_view KnownDifferences::ofFallback(const std::string& path) const {
   const auto fresh = fresh_.find(path);
   const bool hasNone = fresh == fresh_.end() || fresh->second.text.empty();
   return sources_.size() > 1 && hasNone ? fallbackLeft : std::string_view();
 }
 
-std::string_view Explanations::ofInterface(const std::string& path, const std::string& name,
-                                           const Segments& segments) const {
+std::string_view KnownDifferences::ofInterface(const std::string& path, const std::string& name,
+                                               const Segments& segments) const {
   const auto hasClassMap = [](const auto& segment) { return !segment->className().empty(); };
   if (std::count_if(segments.begin(), segments.end(), hasClassMap) > 1) return classMapsOfTwo;
   if (running_.sourceHasLeft() || segments.size() > 1) return segmentOfTwo;
   if (now_.count(path) == 0) return interfaceLater;
   const Lanx::IntfId intf{std::string_view(name)};
-  return running_.interfaces->intfStatusHas(intf) ? std::string_view() : interfaceGone;
+  return running_.intfStatusDir->intfStatusHas(intf) ? std::string_view() : interfaceGone;
 }
 
-std::string_view Explanations::ofSubnets(const std::string& path, const Segments& segments) const {
+std::string_view KnownDifferences::ofSubnets(const std::string& path,
+                                             const Segments& segments) const {
   const auto choosesList = [](const auto& segment) {
     return !segment->prefixIpv4Ml().isNone() || !segment->prefixIpv6Ml().isNone();
   };
@@ -366,13 +279,13 @@ std::string_view Explanations::ofSubnets(const std::string& path, const Segments
   return isOfPrefixList ? twoPermits : std::string_view();
 }
 
-std::string_view Explanations::ofLink(const std::string& path, const Segments& segments) const {
-  if (!running_.capabilities->forwardingSegmentsPolicySupported()) return {};
+std::string_view KnownDifferences::ofLink(const std::string& path, const Segments& segments) const {
+  if (!running_.hwCapability->forwardingSegmentsPolicySupported()) return {};
   const bool namesForwarding = std::any_of(
       segments.begin(), segments.end(),
       [](const auto& segment) { return segment->policyHas(Pith::String(forwardingSegments)); });
   if (now_.count(path) == 0) return namesForwarding ? policyLater : linksReplaced;
-  return namesForwarding ? stillSubscriber : linksLeft;
+  return namesForwarding ? stillSubscriber : std::string_view();
 }
 
 }  // namespace Agent

@@ -1,14 +1,12 @@
 // Which line of docs/behaviour.md explains a difference between what runs and what its
 // configuration would make from nothing.
 //
-//   Explanations explanations(store, flatTree(*store.hwConfig, {}), fresh);
-//   explanations.of("policy/web/rule/41943041")      // "Rule identifiers are reused as soon as
-//   ..."
+//   KnownDifferences known(store, flatTree(*store.hwConfig, {}), fresh);
+//   known.of("policy/web/rule/41943041")      // "Rule identifiers are reused as soon as ..."
 //
 // A line is given only where the configuration has what the line speaks of.
 #pragma once
 
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,13 +16,10 @@
 
 namespace Agent {
 
-class Explanations {
+class KnownDifferences {
  public:
-  // The lines as they stand in docs/behaviour.md.
-  static std::span<const std::string_view> lines();
-
   // The trees are those of the output, and have to outlive it.
-  Explanations(const Store& running, const FlatTree& now, const FlatTree& fresh);
+  KnownDifferences(const Store& running, const FlatTree& now, const FlatTree& fresh);
 
   // Empty when no line is the reason.
   std::string_view of(const std::string& path) const;

@@ -1,8 +1,8 @@
-#include "agent/View/JsonSchema.h"
+#include "agent/Schema/JsonSchema.h"
 
+#include "agent/Document/TreeWriter.h"
 #include "agent/Schema/Schema.h"
 #include "agent/Schema/Values.h"
-#include "agent/View/TreeWriter.h"
 #include "model/Firewall/Config.h"
 
 namespace Agent {
