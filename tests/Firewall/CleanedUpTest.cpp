@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <ostream>
 #include <string>
 
 #include "tests/support/FullConfiguration.h"
@@ -25,6 +26,8 @@ struct HandlerCall {
   std::function<void(const CleanedUp&)> call;
   bool hasOthersCalled = false;  // it leaves it to other handlers to do nothing
 };
+// Without it the bytes are printed, and those between the members are set by nobody.
+void PrintTo(const HandlerCall& call, std::ostream* out) { *out << call.name; }
 
 const Lanx::IntfId ethernet1(std::string_view("Ethernet1"));
 
