@@ -79,8 +79,4 @@ void ActiveWorkManager::Handle::close() {
 
 void ActiveWorkManager::Handle::appendTo(std::string& out) const { Kiv::appendText(out, manager_); }
 
-ActiveWorkManager::Ptr activeWorkManagerFactory(Pith::Ptr<HwConfig> outFirewallConfig) {
-  return ActiveWorkManager::ActiveWorkManagerIs(std::move(outFirewallConfig));
-}
-
 }  // namespace Firewall

@@ -19,6 +19,7 @@
 #include <string>
 
 #include "framework/Kiv/CharRange.h"
+#include "framework/Kiv/Factory.h"
 #include "framework/Kiv/Reactor.h"
 #include "framework/Pith/Export.h"
 #include "framework/Pith/Ptr.h"
@@ -81,6 +82,6 @@ class PITH_EXPORT ActiveWorkManager::Handle {
   Pith::Ptr<ActiveWorkManager> manager_;
 };
 
-PITH_EXPORT ActiveWorkManager::Ptr activeWorkManagerFactory(Pith::Ptr<HwConfig> outFirewallConfig);
+KIV_FACTORY(ActiveWorkManager, activeWorkManagerFactory)
 
 }  // namespace Firewall

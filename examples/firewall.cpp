@@ -4,7 +4,7 @@
 #include <iostream>
 #include <string>
 
-#include "Firewall/SwitchStore.h"
+#include "Firewall/Sources/SwitchStore.h"
 #include "framework/Kiv/TreeWatcher.h"
 
 namespace {

@@ -29,6 +29,7 @@ ROOMS = ["framework", "model"]
 # The floors whose folders are layers, lowest first: a room may include itself and those before it. "."
 # are the files that are in no folder of the floor.
 LAYERS = {
+    "Firewall": [".", "Prefixes", "Segments", "Rules", "Sources"],
     "agent": ["Document", "Schema", "Store", "View", "Process", "Server", "Command", "."],
 }
 

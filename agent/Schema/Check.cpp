@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "Firewall/ClassMapName.h"
+#include "Firewall/Segments/ClassMapName.h"
 #include "agent/Schema/DocumentPath.h"
 #include "agent/Schema/Schema.h"
 #include "agent/Schema/Values.h"

@@ -7,7 +7,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "Firewall/RuleId.h"
+#include "Firewall/Rules/RuleId.h"
 #include "agent/Document/Count.h"
 #include "agent/Document/Lookup.h"
 #include "agent/Schema/Claims.h"

@@ -4,7 +4,7 @@
 #include <set>
 #include <utility>
 
-#include "Firewall/RuleId.h"
+#include "Firewall/Rules/RuleId.h"
 #include "agent/Server/BehaviourLines.h"
 #include "framework/Kiv/Path.h"
 

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Firewall/SwitchStore.h"
+#include "Firewall/Sources/SwitchStore.h"
 
 namespace Agent {
 

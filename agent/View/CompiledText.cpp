@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Firewall/RuleId.h"
+#include "Firewall/Rules/RuleId.h"
 #include "agent/Document/Count.h"
 #include "agent/Schema/Values.h"
 #include "agent/View/Text.h"

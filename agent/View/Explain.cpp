@@ -4,7 +4,7 @@
 #include <ostream>
 #include <vector>
 
-#include "Firewall/RuleId.h"
+#include "Firewall/Rules/RuleId.h"
 #include "agent/Document/Count.h"
 #include "agent/Document/Lookup.h"
 #include "agent/Schema/Expansion.h"

@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "Firewall/RuleId.h"
+#include "Firewall/Rules/RuleId.h"
 #include "agent/View/CompiledText.h"
 #include "agent/View/Text.h"
 #include "framework/Kiv/Text.h"

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "Firewall/RuleId.h"
+#include "Firewall/Rules/RuleId.h"
 #include "bench/Firewall/Switch.h"
 
 namespace {

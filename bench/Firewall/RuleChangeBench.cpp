@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Firewall/RuleId.h"
+#include "Firewall/Rules/RuleId.h"
 #include "bench/Firewall/Switch.h"
 
 namespace {

@@ -17,7 +17,7 @@
 #include <string>
 #include <utility>
 
-#include "Firewall/SwitchStore.h"
+#include "Firewall/Sources/SwitchStore.h"
 #include "bench/framework/Table.h"
 
 namespace Bench {

@@ -27,6 +27,7 @@
 #define KIV_FIELD_NAME(field) #field,
 #define KIV_FIELD_VISIT(field) kivVisit(#field, kivSelf.field);
 #define KIV_FIELD_TYPE(field) kivVisit(#field, std::type_identity<decltype(field)>());
+#define KIV_FIELD_LISTED(field) , decltype(field)
 
 // A struct of a source file alone may leave the names unused.
 #define KIV_FIELDS(...)                                                    \
@@ -39,9 +40,14 @@
   template <class KivVisit>                                                \
   static constexpr void eachFieldType(KivVisit&& kivVisit) {               \
     KIV_FOR_EACH(KIV_FIELD_TYPE, __VA_ARGS__)                              \
-  }
+  }                                                                        \
+  using FieldTypes = ::Kiv::FieldTypes<void KIV_FOR_EACH(KIV_FIELD_LISTED, __VA_ARGS__)>;
 
 namespace Kiv {
+
+// The types of the fields, in order, behind void.
+template <class... Types>
+struct FieldTypes {};
 
 namespace Impl {
 struct AnyVisit {

@@ -11,7 +11,7 @@
 //
 //   class VrfSm final : public Kiv::Reactor<VrfSm, VrfSmAttributes> {
 //    public:
-//     KIV_REACTOR(VrfSm)                   // VrfSmIs(attributes...), typeData()
+//     KIV_REACTOR(VrfSm)                   // VrfSmIs(attributes...), made({...}), typeData()
 //     KIV_CHILD_REACTORS(SegmentSM, segmentSm, SegmentSmKeyFunktor, Pith::String)
 //     Pith::Ptr<SegmentSM> segmentSmIs(const Pith::String& name, ...);
 //     void inFirewallDispatch(Pith::Publisher*, Pith::Subscriber*, Pith::FieldId field,
@@ -24,7 +24,8 @@
 //     Kiv::Subscription<&VrfSm::inFirewallDispatch> inFirewallSubscription_;
 //   };
 //
-// and KIV_REACTOR_DEFINE(Firewall::VrfSm) in the Types.cpp of the folder, which knows all reactors.
+// and KIV_REACTOR_DEFINE(Firewall::VrfSm) in the Types.cpp that knows all reactors; for a nested
+// reactor KIV_NESTED_REACTOR_DEFINE.
 //
 // Life. The creation function allocates and constructs the reactor (the subscriptions are on from
 // there), runs start(), and switches notifications on. When start() throws, the reactor is taken
@@ -440,6 +441,16 @@ class ChildReactors final : public ReactorPart {
     return child;
   }
 
+  // Nested reactors: the child under the key watches `input` from now on; there is none when that is
+  // null. One that watched another object goes, and a new one comes.
+  template <class Owner, class Nested = Child>
+  void follow(Owner& owner, const Key& key,
+              const Pith::Ptr<const typename Nested::Notifier>& input) {
+    const auto present = find(key);
+    if (present && present->notifier() != input) del(key);
+    if (input) is(owner, key, input);
+  }
+
   void del(const Key& key) {
     if (auto gone = map_.take(key)) unhook(std::move(gone->child));
   }
@@ -470,18 +481,19 @@ class ChildReactors final : public ReactorPart {
 }  // namespace Kiv
 
 // In the class of a reactor: its creation function and its place in the type tables.
-#define KIV_REACTOR(Reactor_)                                     \
- public:                                                          \
-  template <class... KivArgs>                                     \
-  static Ptr Reactor_##Is(KivArgs&&... kivArgs) {                 \
-    return create(Attributes{std::forward<KivArgs>(kivArgs)...}); \
-  }                                                               \
-  static const ::Kiv::TypeData& staticTypeData();                 \
-  const ::Kiv::TypeData& typeData() const override;               \
-                                                                  \
- private:                                                         \
-  template <class, class, class>                                  \
-  friend class ::Kiv::Reactor;                                    \
+#define KIV_REACTOR(Reactor_)                                   \
+ public:                                                        \
+  template <class... KivArgs>                                   \
+  static Ptr Reactor_##Is(KivArgs&&... kivArgs) {               \
+    return made(Attributes{std::forward<KivArgs>(kivArgs)...}); \
+  }                                                             \
+  static Ptr made(Attributes kivAttributes);                    \
+  static const ::Kiv::TypeData& staticTypeData();               \
+  const ::Kiv::TypeData& typeData() const override;             \
+                                                                \
+ private:                                                       \
+  template <class, class, class>                                \
+  friend class ::Kiv::Reactor;                                  \
   KIV_IMPL_REACTOR(Reactor_)
 
 // In the class of a nested reactor: its constructor and its place in the type tables.
@@ -502,8 +514,14 @@ class ChildReactors final : public ReactorPart {
                                           \
  public:
 
-// In the .cpp, with the qualified name.
-#define KIV_REACTOR_DEFINE(Reactor_)                                                        \
+// In the .cpp, with the qualified name. A class that has to do more than create() in made() defines
+// that itself, and its place in the type tables as a nested reactor does.
+#define KIV_REACTOR_DEFINE(Reactor_)                       \
+  Reactor_::Ptr Reactor_::made(Attributes kivAttributes) { \
+    return create(std::move(kivAttributes));               \
+  }                                                        \
+  KIV_NESTED_REACTOR_DEFINE(Reactor_)
+#define KIV_NESTED_REACTOR_DEFINE(Reactor_)                                                 \
   const ::Kiv::TypeData& Reactor_::staticTypeData() {                                       \
     static const ::Kiv::TypeData data = ::Kiv::Impl::TypeBuilder::buildReactor<Reactor_>(); \
     return data;                                                                            \

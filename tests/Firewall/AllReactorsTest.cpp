@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Firewall/RootFeatureEnableSm.h"
-#include "Firewall/RootSm.h"
+#include "Firewall/Sources/RootFeatureEnableSm.h"
+#include "Firewall/Sources/RootSm.h"
 #include "tests/support/FullConfiguration.h"
 #include "tests/support/TraceCapture.h"
 

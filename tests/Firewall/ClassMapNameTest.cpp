@@ -1,5 +1,5 @@
 // How class maps are named, and which interfaces they may bind.
-#include "Firewall/ClassMapName.h"
+#include "Firewall/Segments/ClassMapName.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

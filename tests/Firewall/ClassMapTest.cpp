@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "Firewall/RootSm.h"
+#include "Firewall/Sources/RootSm.h"
 #include "framework/Pith/RangeException.h"
 #include "tests/support/OnWrite.h"
 #include "tests/support/SegmentTest.h"

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "Firewall/VrfSm.h"
+#include "Firewall/Segments/VrfSm.h"
 #include "tests/support/Switch.h"
 
 namespace {

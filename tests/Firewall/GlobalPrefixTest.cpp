@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "Firewall/VrfSm.h"
+#include "Firewall/Segments/VrfSm.h"
 #include "tests/Firewall/PathFixture.h"
 #include "tests/support/TraceCapture.h"
 

@@ -1,5 +1,5 @@
 // The collection of list reactors in a path reactor: what it holds while lists come and go.
-#include "Firewall/ListReactors.h"
+#include "Firewall/Prefixes/ListReactors.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -20,7 +20,7 @@
 #include <utility>
 #include <vector>
 
-#include "Firewall/MatchListConfigPathSm.h"
+#include "Firewall/Prefixes/MatchListConfigPathSm.h"
 #include "tests/support/OnWrite.h"
 #include "tests/support/Switch.h"
 

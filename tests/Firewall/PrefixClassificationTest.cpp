@@ -1,6 +1,6 @@
 // Which segment a subnet belongs to: claims of match lists against one another and against the
 // global prefixes of the sources.
-#include "Firewall/PrefixClassification.h"
+#include "Firewall/Prefixes/PrefixClassification.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

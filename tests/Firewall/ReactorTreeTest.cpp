@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "Firewall/RootDirSm.h"
+#include "Firewall/Sources/RootDirSm.h"
 #include "tests/support/FullConfiguration.h"
 
 namespace {

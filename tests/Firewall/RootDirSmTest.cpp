@@ -1,5 +1,5 @@
 // Activation: sources come and go, any enabled one makes the output active.
-#include "Firewall/RootDirSm.h"
+#include "Firewall/Sources/RootDirSm.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

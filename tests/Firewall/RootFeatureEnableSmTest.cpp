@@ -1,5 +1,5 @@
 // One source: while it is enabled there is a RootSm for it.
-#include "Firewall/RootFeatureEnableSm.h"
+#include "Firewall/Sources/RootFeatureEnableSm.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // The core of the main reactor: replay, dispatch, global switches, VRFs and the L2 directory.
-#include "Firewall/RootSm.h"
+#include "Firewall/Sources/RootSm.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // Rule identifiers, and the search for the lowest free index of a sequence number.
-#include "Firewall/RuleId.h"
+#include "Firewall/Rules/RuleId.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "Firewall/RuleId.h"
+#include "Firewall/Rules/RuleId.h"
 #include "tests/support/Switch.h"
 
 namespace TestSupport {
@@ -110,9 +110,20 @@ struct LoneRootSm {
   void start() {
     config->enabledIs(true);
     sm = Firewall::rootSmFactory(
-        "cli", fwConfigDir, config, hwConfig, status, Kiv::make<Interface::AllIntfStatusDir>(),
-        ipStatus, Kiv::make<Kiv::Dir>(), apps, fieldSets, versions, capability,
-        Kiv::make<Acl::AclListConfig>(), Firewall::activeWorkManagerFactory(hwConfig));
+        {.configSource = "cli",
+         .fwConfigDir = fwConfigDir,
+         .inConfig = config,
+         .outFirewallConfig = hwConfig,
+         .firewallStatus = status,
+         .intfStatusDir = Kiv::make<Interface::AllIntfStatusDir>(),
+         .ipStatus = ipStatus,
+         .matchListConfigDir = Kiv::make<Kiv::Dir>(),
+         .appRecConfig = apps,
+         .fieldSetConfig = fieldSets,
+         .appRecStatus = versions,
+         .hwCapability = capability,
+         .aclListConfig = Kiv::make<Acl::AclListConfig>(),
+         .activeWorkManager = Firewall::activeWorkManagerFactory(hwConfig)});
   }
 };
 

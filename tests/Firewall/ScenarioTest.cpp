@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
-#include "Firewall/ClassMapName.h"
-#include "Firewall/RuleId.h"
+#include "Firewall/Rules/RuleId.h"
+#include "Firewall/Segments/ClassMapName.h"
 #include "tests/support/Recorder.h"
 #include "tests/support/Switch.h"
 #include "tests/support/WriteRecorder.h"

@@ -1,5 +1,6 @@
 // The functions that write and remove the links of segments, on objects made by hand.
-#include "Firewall/SegmentLinks.h"
+#include "Firewall/ConfigSources.h"
+#include "Firewall/Segments/SegmentLinks.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

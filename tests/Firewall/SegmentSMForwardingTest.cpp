@@ -5,7 +5,7 @@
 
 #include <random>
 
-#include "Firewall/RootSm.h"
+#include "Firewall/Sources/RootSm.h"
 #include "tests/support/SegmentTest.h"
 
 namespace {

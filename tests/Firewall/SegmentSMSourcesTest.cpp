@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Firewall/RootSm.h"
+#include "Firewall/Sources/RootSm.h"
 #include "tests/support/FullConfiguration.h"
 #include "tests/support/SegmentTest.h"
 

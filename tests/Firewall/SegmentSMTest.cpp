@@ -1,10 +1,10 @@
 // The reactor of a segment: its start, its links, its class map and its end.
-#include "Firewall/SegmentSM.h"
+#include "Firewall/Segments/SegmentSM.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Firewall/RootSm.h"
+#include "Firewall/Sources/RootSm.h"
 #include "tests/Firewall/PathFixture.h"
 #include "tests/support/Reinstantiation.h"
 #include "tests/support/SegmentTest.h"
@@ -485,11 +485,12 @@ TEST_F(SegmentSMTest, FactoryTakesTheArgumentsInOrder) {
 
 TEST_F(SegmentSMTest, WithoutInputsItMakesAnEmptySegment) {
   segment("red", "a");
-  const auto& a = segmentSm("red", "a")->attributes();
-  const auto alone = Firewall::segmentSMFactory(
-      "b", a.vrfName, a.fwConfigDir, nullptr, a.inConfig, nullptr, a.fwVrfConfig,
-      a.outFirewallConfig, a.intfStatusDir, a.ipStatus, nullptr, a.rootSm, a.hwCapability, a.vrfSm,
-      a.aclListConfig, a.activeWorkManager);
+  auto attributes = segmentSm("red", "a")->attributes();
+  attributes.segmentName = "b";
+  attributes.inSegment = nullptr;
+  attributes.inFirewall = nullptr;
+  attributes.matchListConfigDir = nullptr;
+  const auto alone = Firewall::segmentSMFactory(attributes);
   ASSERT_TRUE(fwSegment("red", "b"));
   alone->handleFromSegment();
   alone->handleFromSegment("a");

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "Firewall/RootSm.h"
+#include "Firewall/Sources/RootSm.h"
 #include "tests/support/FlightRecorder.h"
 #include "tests/support/SegmentTest.h"
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "Firewall/RootFeatureEnableSm.h"
-#include "Firewall/RootSm.h"
+#include "Firewall/Sources/RootFeatureEnableSm.h"
+#include "Firewall/Sources/RootSm.h"
 #include "tests/support/Switch.h"
 #include "tests/support/TraceCapture.h"
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "Firewall/RootSm.h"
-#include "Firewall/VrfSm.h"
+#include "Firewall/Segments/VrfSm.h"
+#include "Firewall/Sources/RootSm.h"
 #include "tests/support/OnWrite.h"
 #include "tests/support/SegmentTest.h"
 

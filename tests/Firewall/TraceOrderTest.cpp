@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "Firewall/RootSm.h"
+#include "Firewall/Sources/RootSm.h"
 #include "tests/Firewall/AppProfileSupport.h"
 #include "tests/support/SegmentTest.h"
 #include "tests/support/TracesAndWrites.h"

@@ -6,7 +6,7 @@
 #include <bit>
 #include <utility>
 
-#include "Firewall/RootSm.h"
+#include "Firewall/Sources/RootSm.h"
 #include "framework/Pith/RangeException.h"
 #include "tests/support/OnWrite.h"
 #include "tests/support/SegmentTest.h"

@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "Firewall/RootSm.h"
-#include "Firewall/VrfSm.h"
+#include "Firewall/Segments/VrfSm.h"
+#include "Firewall/Sources/RootSm.h"
 #include "tests/support/SegmentTest.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // The reactor of a VRF: its output, its segments, and which of them are on which side.
-#include "Firewall/VrfSm.h"
+#include "Firewall/Segments/VrfSm.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "Firewall/RootSm.h"
+#include "Firewall/Sources/RootSm.h"
 #include "framework/Pith/RangeException.h"
 #include "tests/Firewall/PathFixture.h"
 #include "tests/support/Reinstantiation.h"
@@ -182,11 +182,8 @@ TEST_F(VrfSmTest, VrfNameOf101BytesRaisesTheRangeError) {
     return vrfSm("red")->attributes();
   }();
   try {
-    Firewall::vrfSmFactory(
-        std::string(101, 'v'), attributes.fwConfigDir, attributes.vrfConfig, attributes.inFirewall,
-        attributes.inConfig, attributes.outFirewallConfig, attributes.intfStatusDir,
-        attributes.ipStatus, attributes.matchListConfigDir, attributes.rootSm,
-        attributes.hwCapability, attributes.aclListConfig, attributes.activeWorkManager);
+    attributes.vrfName = std::string(101, 'v');
+    Firewall::vrfSmFactory(attributes);
     FAIL();
   } catch (const Pith::RangeException& error) {
     EXPECT_STREQ(error.what(), "Kiv::String::bytes > maxLength() not allowed");
@@ -196,10 +193,12 @@ TEST_F(VrfSmTest, VrfNameOf101BytesRaisesTheRangeError) {
 
 TEST_F(VrfSmTest, WithoutInputsItMakesTheOutputAndHasNoSegments) {
   vrf("red");
-  const auto a = vrfSm("red")->attributes();
-  const auto alone = Firewall::vrfSmFactory(
-      "blue", a.fwConfigDir, nullptr, nullptr, a.inConfig, a.outFirewallConfig, a.intfStatusDir,
-      a.ipStatus, a.matchListConfigDir, a.rootSm, nullptr, a.aclListConfig, a.activeWorkManager);
+  auto attributes = vrfSm("red")->attributes();
+  attributes.vrfName = "blue";
+  attributes.vrfConfig = nullptr;
+  attributes.inFirewall = nullptr;
+  attributes.hwCapability = nullptr;
+  const auto alone = Firewall::vrfSmFactory(attributes);
   EXPECT_TRUE(sw().hwConfig->vrfHas("blue"));
   alone->handleSegment();
   alone->handleSegment("a");

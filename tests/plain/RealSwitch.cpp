@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "Firewall/ActiveWorkManager.h"
-#include "Firewall/SwitchStore.h"
+#include "Firewall/Sources/SwitchStore.h"
 #include "framework/Kiv/Inspector.h"
 #include "tests/support/IndexWalks.h"
 #include "tests/support/Recorder.h"

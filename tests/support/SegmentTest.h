@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Firewall/ClassMapName.h"
+#include "Firewall/Segments/ClassMapName.h"
 #include "tests/support/Switch.h"
 #include "tests/support/TraceCapture.h"
 

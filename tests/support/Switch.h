@@ -20,7 +20,7 @@
 #include <memory>
 #include <string>
 
-#include "Firewall/SwitchStore.h"
+#include "Firewall/Sources/SwitchStore.h"
 #include "framework/Kiv/Dir.h"
 #include "model/Acl/PrefixList.h"
 #include "model/Classification/AppRecognition.h"

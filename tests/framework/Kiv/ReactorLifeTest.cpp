@@ -131,6 +131,28 @@ TEST_F(ReactorLifeTest, nestedReactorWhoseHandlerThrowsIsThereAndFollowsTheNextC
   EXPECT_THAT(script_.log, ElementsAre("leaf leaf is 1"));
 }
 
+// A factory.
+
+TEST_F(ReactorLifeTest, factoryTakesTheAttributesInOrderOrByTheirNames) {
+  const auto inOrder = KivTest::childSmFactory("a", input_, output_, nullptr);
+  EXPECT_EQ(inOrder->attributes().name, "a");
+  EXPECT_EQ(inOrder->attributes().input, input_);
+  EXPECT_EQ(inOrder->attributes().output, output_);
+  EXPECT_TRUE(inOrder->hasNotificationActive());
+  const auto byName = KivTest::childSmFactory(
+      {.name = "b", .input = nullptr, .output = output_, .parentSm = nullptr});
+  EXPECT_EQ(byName->attributes().name, "b");
+  EXPECT_EQ(byName->attributes().input, nullptr);
+  EXPECT_EQ(byName->attributes().output, output_);
+  EXPECT_TRUE(byName->hasNotificationActive());
+}
+
+TEST_F(ReactorLifeTest, factoryRaisesWhatTheStartRaises) {
+  script_.actions["child a starts"] = [] { throw std::runtime_error("no"); };
+  EXPECT_THROW(KivTest::childSmFactory("a", input_, output_, nullptr), std::runtime_error);
+  EXPECT_EQ(input_->publisher().subscriberCount(), 0U);
+}
+
 TEST_F(ReactorLifeTest, constructorThatThrowsLeavesNeitherSubscriptionsNorReferences) {
   script_.actions["plain constructed"] = [] { throw std::runtime_error("no"); };
   const auto witness = Pith::Ptr<Witness>::adopt(new Witness("attributes"));

@@ -1,11 +1,13 @@
 #include "tests/framework/Kiv/TestReactors.h"
 
 KIV_REACTOR_DEFINE(KivTest::ChildSm)
-KIV_REACTOR_DEFINE(KivTest::LeafSm)
+KIV_NESTED_REACTOR_DEFINE(KivTest::LeafSm)
 KIV_REACTOR_DEFINE(KivTest::ParentSm)
 KIV_REACTOR_DEFINE(KivTest::PlainSm)
 
 namespace KivTest {
+
+KIV_FACTORY_DEFINE(ChildSm, childSmFactory)
 
 ChildSm::ChildSm(ChildSmAttributes attributes)
     : Reactor(std::move(attributes)), inputSubscription_(*this, input) {}

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "framework/Kiv/Factory.h"
 #include "framework/Kiv/Reactor.h"
 #include "tests/framework/Kiv/TestTypes.h"
 
@@ -67,6 +68,8 @@ class ChildSm final : public Kiv::Reactor<ChildSm, ChildSmAttributes> {
 
   Kiv::Subscription<&ChildSm::inputDispatch> inputSubscription_;
 };
+
+KIV_FACTORY(ChildSm, childSmFactory)
 
 // Nested: watches one leaf.
 class LeafSm final : public Kiv::NestedReactor<LeafSm, ParentSm, Leaf> {

@@ -1,7 +1,7 @@
 // A program outside of the tree, perhaps of another compiler than the installed libraries: an error
 // that they raise is caught as its own type, and a change that they tell has the identifier that
 // the headers gave this program.
-#include <Firewall/RootDirSm.h>
+#include <Firewall/Sources/RootDirSm.h>
 #include <framework/Kiv/Dir.h>
 #include <framework/Kiv/Inspector.h>
 #include <framework/Pith/RangeException.h>
