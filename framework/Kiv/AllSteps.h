@@ -33,13 +33,15 @@ class AllSteps {
     try {
       step();
     } catch (...) {
-      if (!first_) first_ = std::current_exception();
+      if (first_) return;
+      first_ = std::current_exception();
+      underWay_ = std::uncaught_exceptions();  // those that this one will not be among
     }
   }
 
  private:
   std::exception_ptr first_;
-  int underWay_ = std::uncaught_exceptions();
+  int underWay_ = 0;  // exceptions that were leaving scopes when the step ran
 };
 
 }  // namespace Kiv
