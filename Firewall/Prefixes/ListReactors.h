@@ -26,13 +26,14 @@
 #include "framework/Kiv/Errors.h"
 #include "framework/Kiv/Reactor.h"
 #include "framework/Kiv/TypeName.h"
+#include "framework/Pith/Export.h"
 #include "framework/Pith/Ptr.h"
 #include "framework/Pith/String.h"
 
 namespace Firewall {
 
 template <class Kind, class Owner, class Child_>
-class ListReactors final : public Kiv::ReactorPart {
+class PITH_EXPORT ListReactors final : public Kiv::ReactorPart {
   using List = typename Kind::List;
 
  public:

@@ -183,7 +183,7 @@ class PITH_EXPORT MatchListConfigPathSm final
   std::uint32_t changes_ = 0;
 };
 
-#ifdef FirewallConfigSm_EXPORTS  // in the library they are compiled once, with the reactor
+// Compiled once, in the library.
 extern template class ListReactors<MatchListsOf<Ipv4Lists>, MatchListConfigPathSm,
                                    MatchListConfigPathSm::NestedSm_MatchIpv4PrefixList>;
 extern template class ListReactors<MatchListsOf<Ipv6Lists>, MatchListConfigPathSm,
@@ -192,7 +192,6 @@ extern template class ListReactors<PrefixListsOf<Ipv4Lists>, MatchListConfigPath
                                    MatchListConfigPathSm::NestedSm_AclIpv4PrefixList>;
 extern template class ListReactors<PrefixListsOf<Ipv6Lists>, MatchListConfigPathSm,
                                    MatchListConfigPathSm::NestedSm_AclIpv6PrefixList>;
-#endif
 
 KIV_FACTORY(MatchListConfigPathSm, matchListConfigPathSmFactory)
 

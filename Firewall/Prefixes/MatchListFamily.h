@@ -11,6 +11,7 @@
 #include "framework/Lanx/AddressFamily.h"
 #include "framework/Lanx/IpAddrWithMask.h"
 #include "framework/Lanx/Prefix.h"
+#include "framework/Pith/Export.h"
 #include "framework/Pith/FieldId.h"
 #include "framework/Pith/Ptr.h"
 #include "framework/Pith/Publisher.h"
@@ -33,7 +34,7 @@ inline ListChoice listChoice(const ListSource& source, ListSource::Alternative a
   }
 }
 
-struct Ipv4Lists {
+struct PITH_EXPORT Ipv4Lists {
   static constexpr auto family = Lanx::AddressFamily::ipv4;
   using Subnet = Lanx::IpAddrWithMask;
   using Prefix = Lanx::Prefix;
@@ -73,7 +74,7 @@ struct Ipv4Lists {
       "void Firewall::MatchListConfigPathSm::NestedSm_AclIpv4PrefixList::handleIpv4Prefix(U32)"};
 };
 
-struct Ipv6Lists {
+struct PITH_EXPORT Ipv6Lists {
   static constexpr auto family = Lanx::AddressFamily::ipv6;
   using Subnet = Lanx::Ip6AddrWithMask;
   using Prefix = Lanx::Ip6Prefix;
@@ -117,7 +118,7 @@ struct Ipv6Lists {
 // The lists of one kind, and what the nested reactors do with them: what ListReactors and
 // ListFollowers ask.
 template <class Lists>
-struct MatchListsOf {
+struct PITH_EXPORT MatchListsOf {
   using Input = MatchList::Config;
   using List = typename Lists::MatchListConfig;
   static constexpr int traceLevel = 8;  // of Lists::handleSubnet
@@ -146,7 +147,7 @@ struct MatchListsOf {
 };
 
 template <class Lists>
-struct PrefixListsOf {
+struct PITH_EXPORT PrefixListsOf {
   using Input = Acl::AclListConfig;
   using List = typename Lists::PrefixList;
   static constexpr int traceLevel = 7;  // of Lists::handlePrefix

@@ -2,6 +2,19 @@
 
 namespace Firewall {
 
+SwitchStore::SwitchStore()
+    : fwConfigDir(Kiv::make<Kiv::Dir>()),
+      hwConfig(Kiv::make<HwConfig>()),
+      firewallStatus(Kiv::make<Status>()),
+      intfStatusDir(Kiv::make<Interface::AllIntfStatusDir>()),
+      ipStatus(Kiv::make<Ip::Status>()),
+      matchListConfigDir(Kiv::make<Kiv::Dir>()),
+      appRecConfig(Kiv::make<Classification::AppRecognitionConfig>()),
+      fieldSetConfig(Kiv::make<Classification::FieldSetConfig>()),
+      appRecStatus(Kiv::make<Classification::AppRecognitionStatus>()),
+      hwCapability(Kiv::make<HwCapability>()),
+      aclListConfig(Kiv::make<Acl::AclListConfig>()) {}
+
 const RootDirSm::Ptr& SwitchStore::start() {
   root = rootDirSmFactory({.fwConfigDir = fwConfigDir,
                            .outFirewallConfig = hwConfig,

@@ -32,7 +32,7 @@ namespace Firewall {
 
 class PITH_EXPORT SwitchStore {
  public:
-  SwitchStore() = default;
+  SwitchStore();
   SwitchStore(const SwitchStore&) = delete;
   SwitchStore& operator=(const SwitchStore&) = delete;
   ~SwitchStore() { stop(); }
@@ -46,20 +46,17 @@ class PITH_EXPORT SwitchStore {
   Config::Ptr sourceIs(const Pith::String& name);
   MatchList::Config::Ptr matchListPathIs(const Pith::String& name);
 
-  const Pith::Ptr<Kiv::Dir> fwConfigDir = Kiv::make<Kiv::Dir>();
-  const HwConfig::Ptr hwConfig = Kiv::make<HwConfig>();
-  const Status::Ptr firewallStatus = Kiv::make<Status>();
-  const Interface::AllIntfStatusDir::Ptr intfStatusDir = Kiv::make<Interface::AllIntfStatusDir>();
-  const Ip::Status::Ptr ipStatus = Kiv::make<Ip::Status>();
-  const Pith::Ptr<Kiv::Dir> matchListConfigDir = Kiv::make<Kiv::Dir>();
-  const Classification::AppRecognitionConfig::Ptr appRecConfig =
-      Kiv::make<Classification::AppRecognitionConfig>();
-  const Classification::FieldSetConfig::Ptr fieldSetConfig =
-      Kiv::make<Classification::FieldSetConfig>();
-  const Classification::AppRecognitionStatus::Ptr appRecStatus =
-      Kiv::make<Classification::AppRecognitionStatus>();
-  const HwCapability::Ptr hwCapability = Kiv::make<HwCapability>();
-  const Acl::AclListConfig::Ptr aclListConfig = Kiv::make<Acl::AclListConfig>();
+  const Pith::Ptr<Kiv::Dir> fwConfigDir;
+  const HwConfig::Ptr hwConfig;
+  const Status::Ptr firewallStatus;
+  const Interface::AllIntfStatusDir::Ptr intfStatusDir;
+  const Ip::Status::Ptr ipStatus;
+  const Pith::Ptr<Kiv::Dir> matchListConfigDir;
+  const Classification::AppRecognitionConfig::Ptr appRecConfig;
+  const Classification::FieldSetConfig::Ptr fieldSetConfig;
+  const Classification::AppRecognitionStatus::Ptr appRecStatus;
+  const HwCapability::Ptr hwCapability;
+  const Acl::AclListConfig::Ptr aclListConfig;
 
   RootDirSm::Ptr root;  // null while it is not started
 };

@@ -121,9 +121,14 @@ Pith::Ptr<T> make(Args&&... args) {
   }                                                                                 \
   const ::Kiv::TypeData& Entity_::typeData() const { return staticTypeData(); }
 
+// A function that is compiled only where it is called: without it, every source that includes the
+// type would compile all its mutators, which takes longer than the source itself.
+#define KIV_IMPL_LAZY template <class KivOnce = void>
+
 #define KIV_KEY(Entity_, KeyType_, name_)                   \
  public:                                                    \
   using Key = KeyType_;                                     \
+  KIV_IMPL_LAZY                                             \
   explicit Entity_(const Key& kivKey) : name_##_(kivKey) {} \
   const Key& name_() const noexcept { return name_##_; }    \
   const Key& key() const noexcept { return name_##_; }      \
@@ -169,6 +174,7 @@ Pith::Ptr<T> make(Args&&... args) {
 #define KIV_IMPL_VALUE(Type_, name_, index_)                     \
   KIV_IMPL_DECLARE(name_, ::Kiv::ValueAttribute<Type_>)          \
   const Type_& name_() const noexcept { return name_##_.get(); } \
+  KIV_IMPL_LAZY                                                  \
   void name_##Is(Type_ kivValue) { name_##_.set(*this, name_##Field, std::move(kivValue), index_); }
 
 #define KIV_IMPL_SET(Key_, name_, Template_, index_)                                           \
@@ -176,10 +182,13 @@ Pith::Ptr<T> make(Args&&... args) {
   KIV_IMPL_DECLARE(name_, ::Kiv::SetAttribute<name_##Collection>)                              \
   const name_##Collection& name_() const noexcept { return name_##_.map(); }                   \
   bool name_##Has(const Key_& kivKey) const { return name_##_.map().has(kivKey); }             \
+  KIV_IMPL_LAZY                                                                                \
   const Key_* name_##Is(const Key_& kivKey) {                                                  \
     return name_##_.insert(*this, name_##Field, kivKey, index_);                               \
   }                                                                                            \
+  KIV_IMPL_LAZY                                                                                \
   void name_##Del(const Key_& kivKey) { name_##_.erase(*this, name_##Field, kivKey, index_); } \
+  KIV_IMPL_LAZY                                                                                \
   void name_##DelAll() { name_##_.eraseAll(*this, name_##Field, index_); }
 
 #define KIV_IMPL_MAP(Key_, Value_, name_, Template_, index_)                                   \
@@ -193,7 +202,9 @@ Pith::Ptr<T> make(Args&&... args) {
     return name_##_.set(*this, name_##Field, kivKey,                                           \
                         Value_{std::forward<KivFields>(kivFields)...}, index_);                \
   }                                                                                            \
+  KIV_IMPL_LAZY                                                                                \
   void name_##Del(const Key_& kivKey) { name_##_.erase(*this, name_##Field, kivKey, index_); } \
+  KIV_IMPL_LAZY                                                                                \
   void name_##DelAll() { name_##_.eraseAll(*this, name_##Field, index_); }
 
 #define KIV_IMPL_CHILDREN(Key_, Type_, name_, Template_, index_)                               \
@@ -204,19 +215,24 @@ Pith::Ptr<T> make(Args&&... args) {
   ::Pith::Ptr<Type_> name_(const Key_& kivKey) { return name_##_.find(kivKey); }               \
   ::Pith::Ptr<const Type_> name_(const Key_& kivKey) const { return name_##_.find(kivKey); }   \
   bool name_##Has(const Key_& kivKey) const { return name_##_.map().has(kivKey); }             \
+  KIV_IMPL_LAZY                                                                                \
   ::Pith::Ptr<Type_> name_##Is(const Key_& kivKey) {                                           \
     return name_##_.set(*this, name_##Field, kivKey, index_);                                  \
   }                                                                                            \
+  KIV_IMPL_LAZY                                                                                \
   void name_##Del(const Key_& kivKey) { name_##_.erase(*this, name_##Field, kivKey, index_); } \
+  KIV_IMPL_LAZY                                                                                \
   void name_##DelAll() { name_##_.eraseAll(*this, name_##Field, index_); }
 
 #define KIV_CHILD(Type_, name_)                                     \
   KIV_IMPL_DECLARE(name_, ::Kiv::ChildAttribute<Type_>)             \
   ::Pith::Ptr<Type_> name_() { return name_##_.get(); }             \
   ::Pith::Ptr<const Type_> name_() const { return name_##_.get(); } \
+  KIV_IMPL_LAZY                                                     \
   ::Pith::Ptr<Type_> name_##Is(const Type_::Key& kivKey) {          \
     return name_##_.set(*this, name_##Field, kivKey);               \
   }                                                                 \
+  KIV_IMPL_LAZY                                                     \
   void name_##Del() { name_##_.erase(*this, name_##Field); }
 
 #define KIV_VALUE(Type_, name_) KIV_IMPL_VALUE(Type_, name_, ::Kiv::Impl::noIndex)

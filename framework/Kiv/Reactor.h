@@ -441,8 +441,8 @@ class ChildReactors final : public ReactorPart {
     return child;
   }
 
-  // Nested reactors: the child under the key watches `input` from now on; there is none when that is
-  // null. One that watched another object goes, and a new one comes.
+  // Nested reactors: the child under the key watches `input` from now on; there is none when that
+  // is null. One that watched another object goes, and a new one comes.
   template <class Owner, class Nested = Child>
   void follow(Owner& owner, const Key& key,
               const Pith::Ptr<const typename Nested::Notifier>& input) {
@@ -546,6 +546,7 @@ class ChildReactors final : public ReactorPart {
 #define KIV_CHILD_REACTOR(Child_, name_)                                       \
   KIV_IMPL_REACTOR_DECLARE(name_, ::Kiv::ChildReactor<Child_>)                 \
   const ::Pith::Ptr<Child_>& name_() const noexcept { return name_##_.get(); } \
+  KIV_IMPL_LAZY                                                                \
   void name_##Del() { name_##_.del(); }
 
 // Children under a key: x(), x(key), xHas(key), xDel(key), xDelAll(); the class states xIs(key, …).
@@ -556,5 +557,7 @@ class ChildReactors final : public ReactorPart {
   const name_##Part::Map& name_() const noexcept { return name_##_.map(); }                 \
   ::Pith::Ptr<Child_> name_(const KeyType_& kivKey) const { return name_##_.find(kivKey); } \
   bool name_##Has(const KeyType_& kivKey) const { return name_##_.map().has(kivKey); }      \
+  KIV_IMPL_LAZY                                                                             \
   void name_##Del(const KeyType_& kivKey) { name_##_.del(kivKey); }                         \
+  KIV_IMPL_LAZY                                                                             \
   void name_##DelAll() { name_##_.delAll(); }
