@@ -1,5 +1,6 @@
 #include "tests/support/Subject.h"
 
+#include <memory>
 #include <cctype>
 #include <stdexcept>
 
@@ -60,11 +61,12 @@ bool isMap(const Kiv::AttributeData& attribute) {
 std::vector<Subject> subjectsOf(const Makers& makers,
                                 bool (*wanted)(const Kiv::AttributeData& attribute)) {
   std::vector<Subject> subjects;
+  const auto shared = std::make_shared<const Makers>(makers);
   for (const Maker& maker : makers) {
     for (const Kiv::AttributeData& attribute : maker.type->attributes) {
       if (attribute.write == nullptr || !wanted(attribute)) continue;
       subjects.push_back({maker.type, &attribute, maker.make,
-                          [makers](std::string_view type) { return makeReferred(makers, type); }});
+                          [shared](std::string_view type) { return makeReferred(*shared, type); }});
     }
   }
   return subjects;
