@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Formatting, shell scripts, then clang-tidy over all headers at once and over every source; the tests'
-# are formatted alone.
+# Formatting, shell scripts, that each header compiles alone, then clang-tidy over all headers at once and
+# over every source; the tests' are formatted alone.
 #
 #   tools/lint.sh [<build folder of the preset lint>]
 set -euo pipefail
@@ -15,6 +15,8 @@ sources '*.h' '*.cpp' | xargs -0 clang-format --dry-run -Werror
 git ls-files -z -- '*.sh' .ci/run | xargs -0 shellcheck
 
 cmake --preset lint -B "$build" >"$build.log" || { cat "$build.log" >&2; exit 1; }
+cmake --build "$build" --parallel "$jobs" --target all_verify_interface_header_sets >"$build.log" ||
+  { cat "$build.log" >&2; exit 1; }
 headers=$build/all_headers.cpp
 sources '*.h' ':!tests' | xargs -0 printf '#include "%s"\n' >"$headers"
 {
