@@ -1,7 +1,7 @@
 #include "tests/support/Subject.h"
 
-#include <memory>
 #include <cctype>
+#include <memory>
 #include <stdexcept>
 
 namespace TestSupport {
