@@ -1,7 +1,7 @@
 // The global prefixes of a VRF: which segment the VRF-wide list gives them to.
 //
 // The VRF-wide list has two writers: this one, when the configured global prefixes or the segments
-// that they name change, and PrefixClassification.h, when the lists of a segment do.
+// that they name change, and SubnetClassification.h, when the lists of a segment do.
 #pragma once
 
 #include <optional>

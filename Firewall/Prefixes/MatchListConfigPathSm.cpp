@@ -4,7 +4,7 @@
 
 #include "Firewall/Prefixes/MatchListFamily.h"
 #include "Firewall/Prefixes/OtherSources.h"
-#include "Firewall/Prefixes/PrefixClassification.h"
+#include "Firewall/Prefixes/SubnetClassification.h"
 #include "Firewall/Prefixes/VrfSources.h"
 #include "Firewall/Trace.h"
 #include "framework/Kiv/AllSteps.h"

@@ -4,7 +4,7 @@
 // The segment names, for each family, a match list of the path or a prefix list. When the choice or
 // a whole list changes, the family is recomputed: what is wanted is added, then what is stale
 // withdrawn. The nested reactors, one for each list (ListReactors.h), apply single changes. Every
-// subnet goes through the classification (PrefixClassification.h), which keeps the VRF-wide list
+// subnet goes through the classification (SubnetClassification.h), which keeps the VRF-wide list
 // beside the segment's own.
 #pragma once
 

@@ -2,7 +2,7 @@
 // it.
 #include "Firewall/Prefixes/MatchListConfigPathSm.h"
 #include "Firewall/Prefixes/MatchListFamily.h"
-#include "Firewall/Prefixes/PrefixClassification.h"
+#include "Firewall/Prefixes/SubnetClassification.h"
 #include "Firewall/Trace.h"
 #include "framework/Kiv/AllSteps.h"
 #include "framework/Pith/Assert.h"

@@ -1,4 +1,4 @@
-#include "Firewall/Prefixes/PrefixClassification.h"
+#include "Firewall/Prefixes/SubnetClassification.h"
 
 #include "Firewall/Prefixes/VrfSources.h"
 #include "Firewall/Trace.h"

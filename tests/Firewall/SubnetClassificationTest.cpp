@@ -1,6 +1,6 @@
 // Which segment a subnet belongs to: claims of match lists against one another and against the
 // global prefixes of the sources.
-#include "Firewall/Prefixes/PrefixClassification.h"
+#include "Firewall/Prefixes/SubnetClassification.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ using TestSupport::TraceCapture;
 constexpr auto addName = "addMatchListConfiguredSubnet";
 constexpr auto removeName = "removeMatchListConfiguredSubnet";
 
-class PrefixClassificationTest : public PathTest {
+class SubnetClassificationTest : public PathTest {
  protected:
   void add(const std::string& segmentName, const std::string& subnet) {
     Firewall::addMatchListConfiguredSubnet(reactor(segmentName),
@@ -36,7 +36,7 @@ class PrefixClassificationTest : public PathTest {
   }
 };
 
-TEST_F(PrefixClassificationTest, TheFirstOfTwoClaimantsOwnsThePrefixAndBothHoldIt) {
+TEST_F(SubnetClassificationTest, TheFirstOfTwoClaimantsOwnsThePrefixAndBothHoldIt) {
   add("b", "10.0.0.0/8");
   add("a", "10.0.0.0/8");
   EXPECT_EQ(owner("10.0.0.0/8"), "b");
@@ -44,7 +44,7 @@ TEST_F(PrefixClassificationTest, TheFirstOfTwoClaimantsOwnsThePrefixAndBothHoldI
   EXPECT_THAT(subnets("b"), ElementsAre("10.0.0.0/8"));
 }
 
-TEST_F(PrefixClassificationTest, ThePrefixPassesToTheOtherClaimantWithoutLeavingTheList) {
+TEST_F(SubnetClassificationTest, ThePrefixPassesToTheOtherClaimantWithoutLeavingTheList) {
   add("a", "10.0.0.0/8");
   add("b", "10.0.0.0/8");
   sw().recorder.take();
@@ -53,25 +53,25 @@ TEST_F(PrefixClassificationTest, ThePrefixPassesToTheOtherClaimantWithoutLeaving
               ElementsAre("~ " + wide("10.0.0.0/8") + " = b", "- " + local("a", "10.0.0.0/8")));
 }
 
-TEST_F(PrefixClassificationTest, OfThreeClaimantsTheSmallestNameInherits) {
+TEST_F(SubnetClassificationTest, OfThreeClaimantsTheSmallestNameInherits) {
   for (const char* name : {"c", "b", "a"}) add(name, "2001:db8::/32");
   remove("c", "2001:db8::/32");
   EXPECT_EQ(owner("2001:db8::/32"), "a");
 }
 
-TEST_F(PrefixClassificationTest, TheWithdrawalOfAnotherClaimantReattributesToo) {
+TEST_F(SubnetClassificationTest, TheWithdrawalOfAnotherClaimantReattributesToo) {
   for (const char* name : {"c", "b", "a"}) add(name, "10.0.0.0/8");
   remove("a", "10.0.0.0/8");
   EXPECT_EQ(owner("10.0.0.0/8"), "b");
 }
 
-TEST_F(PrefixClassificationTest, AWithdrawalWithoutAClaimReattributesToo) {
+TEST_F(SubnetClassificationTest, AWithdrawalWithoutAClaimReattributesToo) {
   for (const char* name : {"c", "b"}) add(name, "10.0.0.0/8");
   remove("d", "10.0.0.0/8");
   EXPECT_EQ(owner("10.0.0.0/8"), "b");
 }
 
-TEST_F(PrefixClassificationTest, TheLastClaimantTakesThePrefixAlong) {
+TEST_F(SubnetClassificationTest, TheLastClaimantTakesThePrefixAlong) {
   for (const char* name : {"a", "b"}) add(name, "10.0.0.0/8");
   for (const char* name : {"a", "b"}) remove(name, "10.0.0.0/8");
   EXPECT_TRUE(fwVrf().prefixList().empty());
@@ -79,7 +79,7 @@ TEST_F(PrefixClassificationTest, TheLastClaimantTakesThePrefixAlong) {
   EXPECT_THAT(subnets("b"), IsEmpty());
 }
 
-TEST_F(PrefixClassificationTest, AGlobalPrefixIsLeftAlone) {
+TEST_F(SubnetClassificationTest, AGlobalPrefixIsLeftAlone) {
   globalPrefix("10.0.0.0/8", "z");
   fwVrf().prefixListIs(Lanx::IpGenPrefix::parse("10.0.0.0/8"), "z");
   reactor("a");
@@ -95,7 +95,7 @@ TEST_F(PrefixClassificationTest, AGlobalPrefixIsLeftAlone) {
   EXPECT_EQ(traces.count(6, removeName, " Remove from global prefix list"), 0U);
 }
 
-TEST_F(PrefixClassificationTest, AnySourceOfTheVrfMakesAPrefixGlobalButNoOtherVrf) {
+TEST_F(SubnetClassificationTest, AnySourceOfTheVrfMakesAPrefixGlobalButNoOtherVrf) {
   globalPrefix("10.0.0.0/8", "z", "cloud");
   sw().source("cloud")->enabledIs(false);
   sw().source("empty");
@@ -107,7 +107,7 @@ TEST_F(PrefixClassificationTest, AnySourceOfTheVrfMakesAPrefixGlobalButNoOtherVr
   EXPECT_EQ(owner("10.0.0.0/8"), "");
 }
 
-TEST_F(PrefixClassificationTest, WithoutTheCapabilityOnlyTheLocalListIsKept) {
+TEST_F(SubnetClassificationTest, WithoutTheCapabilityOnlyTheLocalListIsKept) {
   sw().hwCapability->globalPrefixListSupportedIs(false);
   reactor("a");
   const TraceCapture traces(6, "Firewall/*");
@@ -123,7 +123,7 @@ TEST_F(PrefixClassificationTest, WithoutTheCapabilityOnlyTheLocalListIsKept) {
                           " Removing from segment local prefix list"));
 }
 
-TEST_F(PrefixClassificationTest, TracesSayWhatIsDone) {
+TEST_F(SubnetClassificationTest, TracesSayWhatIsDone) {
   reactor("a");
   reactor("b");
   TraceCapture traces(6, "Firewall/*");
@@ -154,7 +154,7 @@ TEST_F(PrefixClassificationTest, TracesSayWhatIsDone) {
   }
 }
 
-TEST_F(PrefixClassificationTest, HostBitsAreClearedVrfWideAndHideAHolderFromTheHeirSearch) {
+TEST_F(SubnetClassificationTest, HostBitsAreClearedVrfWideAndHideAHolderFromTheHeirSearch) {
   add("a", "10.0.0.1/8");
   add("b", "10.0.0.1/8");
   EXPECT_EQ(owner("10.0.0.0/8"), "a");
@@ -164,7 +164,7 @@ TEST_F(PrefixClassificationTest, HostBitsAreClearedVrfWideAndHideAHolderFromTheH
   EXPECT_THAT(subnets("b"), ElementsAre("10.0.0.1/8"));
 }
 
-TEST_F(PrefixClassificationTest, ASubnetWithHostBitsTakesThePrefixFromItsOwnSegment) {
+TEST_F(SubnetClassificationTest, ASubnetWithHostBitsTakesThePrefixFromItsOwnSegment) {
   add("a", "10.0.0.0/8");
   add("a", "10.0.0.1/8");
   remove("a", "10.0.0.1/8");
@@ -172,14 +172,14 @@ TEST_F(PrefixClassificationTest, ASubnetWithHostBitsTakesThePrefixFromItsOwnSegm
   EXPECT_EQ(owner("10.0.0.0/8"), "");
 }
 
-TEST_F(PrefixClassificationTest, BothFamiliesShareOneListWithoutConfusion) {
+TEST_F(SubnetClassificationTest, BothFamiliesShareOneListWithoutConfusion) {
   add("a", "0.0.0.0/0");
   add("b", "::/0");
   EXPECT_EQ(owner("0.0.0.0/0"), "a");
   EXPECT_EQ(owner("::/0"), "b");
 }
 
-TEST_F(PrefixClassificationTest, ASegmentThatLeftTheOutputClaimsNothingAnyMore) {
+TEST_F(SubnetClassificationTest, ASegmentThatLeftTheOutputClaimsNothingAnyMore) {
   const auto sm = reactor("a");
   add("a", "10.0.0.0/8");
   add("b", "10.0.0.0/8");
@@ -194,7 +194,7 @@ TEST_F(PrefixClassificationTest, ASegmentThatLeftTheOutputClaimsNothingAnyMore) 
   EXPECT_THAT(sw().recorder.take(), IsEmpty());
 }
 
-TEST_F(PrefixClassificationTest, AVrfThatLeftTheOutputDoesNotComeBack) {
+TEST_F(SubnetClassificationTest, AVrfThatLeftTheOutputDoesNotComeBack) {
   for (const char* name : {"a", "b"}) add(name, "10.0.0.0/8");
   sw().hwConfig->vrfDelAll();
   sw().recorder.take();
@@ -205,7 +205,7 @@ TEST_F(PrefixClassificationTest, AVrfThatLeftTheOutputDoesNotComeBack) {
   EXPECT_TRUE(sw().hwConfig->vrf().empty());
 }
 
-TEST_F(PrefixClassificationTest, ASubscribersExceptionLeavesBothListsWritten) {
+TEST_F(SubnetClassificationTest, ASubscribersExceptionLeavesBothListsWritten) {
   reactor("a");
   const TestSupport::OnWrite thrower(
       sw().hwConfig, [](const Kiv::TreeChange&) { throw std::runtime_error("subscriber"); });
@@ -218,7 +218,7 @@ TEST_F(PrefixClassificationTest, ASubscribersExceptionLeavesBothListsWritten) {
 }
 
 // A subscriber that changes which sources have the VRF while a run of subnets is written.
-TEST_F(PrefixClassificationTest, AGlobalPrefixThatASourceGainsUnderARunIsLeftAlone) {
+TEST_F(SubnetClassificationTest, AGlobalPrefixThatASourceGainsUnderARunIsLeftAlone) {
   matchList("web", {"10.0.0.0/8", "11.0.0.0/8"});
   reactor("a");
   segment("b");
@@ -233,7 +233,7 @@ TEST_F(PrefixClassificationTest, AGlobalPrefixThatASourceGainsUnderARunIsLeftAlo
   EXPECT_EQ(owner("11.0.0.0/8"), "") << "it is the global configuration's to write";
 }
 
-TEST_F(PrefixClassificationTest, AGlobalPrefixThatLeavesWithItsSourceUnderARunIsTheListsAgain) {
+TEST_F(SubnetClassificationTest, AGlobalPrefixThatLeavesWithItsSourceUnderARunIsTheListsAgain) {
   matchList("web", {"10.0.0.0/8", "11.0.0.0/8"});
   reactor("a");
   sw().source("api")->vrfIs("red")->prefixIs(TestSupport::prefix("11.0.0.0/8"), "b");
@@ -245,7 +245,7 @@ TEST_F(PrefixClassificationTest, AGlobalPrefixThatLeavesWithItsSourceUnderARunIs
   EXPECT_EQ(owner("11.0.0.0/8"), "a");
 }
 
-TEST_F(PrefixClassificationTest, WithoutTheCapabilityNobodyLooksForSources) {
+TEST_F(SubnetClassificationTest, WithoutTheCapabilityNobodyLooksForSources) {
   sw().hwCapability->globalPrefixListSupportedIs(false);
   add("a", "10.0.0.0/8");
   sw().fwConfigDir->newEntity<MatchList::Config>("stray");
@@ -256,9 +256,9 @@ TEST_F(PrefixClassificationTest, WithoutTheCapabilityNobodyLooksForSources) {
   EXPECT_THAT(subnets("a"), IsEmpty());
 }
 
-using PrefixClassificationDeathTest = PrefixClassificationTest;
+using SubnetClassificationDeathTest = SubnetClassificationTest;
 
-TEST_F(PrefixClassificationDeathTest, AnEntityThatIsNoSourceEndsTheProcess) {
+TEST_F(SubnetClassificationDeathTest, AnEntityThatIsNoSourceEndsTheProcess) {
   sw().fwConfigDir->newEntity<MatchList::Config>("stray");
   EXPECT_DEATH(isGlobal("10.0.0.0/8"), "fwConfig");
 }
