@@ -12,9 +12,9 @@ function(firewall_test folder)
   endif()
   set_target_properties(${name} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests
-    UNITY_BUILD ${FIREWALL_UNITY_TESTS}
+    UNITY_BUILD ${FIREWALL_UNITY}
     UNITY_BUILD_BATCH_SIZE 8)
-  if(FIREWALL_UNITY_TESTS)
+  if(FIREWALL_UNITY)
     # What one file hides is often no more than a name in another.
     target_compile_options(${name} PRIVATE -Wno-shadow)
   endif()

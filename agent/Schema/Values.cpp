@@ -22,22 +22,22 @@
 namespace Agent {
 namespace {
 
-constexpr std::array<std::pair<std::string_view, int>, 16> protocols{{{"icmp", 1},
-                                                                      {"igmp", 2},
-                                                                      {"ipip", 4},
-                                                                      {"tcp", 6},
-                                                                      {"egp", 8},
-                                                                      {"udp", 17},
-                                                                      {"dccp", 33},
-                                                                      {"gre", 47},
-                                                                      {"esp", 50},
-                                                                      {"ah", 51},
-                                                                      {"icmpv6", 58},
-                                                                      {"ipv6-icmp", 58},
-                                                                      {"eigrp", 88},
-                                                                      {"ospf", 89},
-                                                                      {"pim", 103},
-                                                                      {"sctp", 132}}};
+constexpr std::array<std::pair<std::string_view, int>, 16> knownProtocols{{{"icmp", 1},
+                                                                           {"igmp", 2},
+                                                                           {"ipip", 4},
+                                                                           {"tcp", 6},
+                                                                           {"egp", 8},
+                                                                           {"udp", 17},
+                                                                           {"dccp", 33},
+                                                                           {"gre", 47},
+                                                                           {"esp", 50},
+                                                                           {"ah", 51},
+                                                                           {"icmpv6", 58},
+                                                                           {"ipv6-icmp", 58},
+                                                                           {"eigrp", 88},
+                                                                           {"ospf", 89},
+                                                                           {"pim", 103},
+                                                                           {"sctp", 132}}};
 
 // Reads a T; a parse that raises says no.
 template <class T, class Accept>
@@ -108,7 +108,7 @@ constexpr const char* ipv6Pattern = R"(^[0-9A-Fa-f:.]*:[0-9A-Fa-f:.]*/[0-9]+$)";
 
 std::string protocolPattern() {
   std::string names;
-  for (const auto& [name, number] : protocols) names.append("|").append(name);
+  for (const auto& [name, number] : knownProtocols) names.append("|").append(name);
   return "^([0-9]+(-[0-9]+)?" + names + ")$";
 }
 
@@ -270,14 +270,14 @@ void appendField(std::string& record, std::string_view name, std::string_view va
 }
 
 int protocolNumber(std::string_view name) {
-  for (const auto& [known, number] : protocols) {
+  for (const auto& [known, number] : knownProtocols) {
     if (known == name) return number;
   }
   return -1;
 }
 
 std::string_view protocolName(unsigned number) {
-  for (const auto& [known, value] : protocols) {
+  for (const auto& [known, value] : knownProtocols) {
     if (static_cast<unsigned>(value) == number) return known;
   }
   return {};
