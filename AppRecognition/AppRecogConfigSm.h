@@ -11,8 +11,9 @@
 // application rises by one, in name order: whoever compiles profiles by version compiles all of
 // them anew.
 //
-// It does not compile anything: that is the work of who watches the versions. What one of those
-// throws at a version reaches who switched it on, or made the change, when all versions are raised.
+// It does not compile anything: that is the work of those who watch the versions. When a subscriber
+// throws at a version, all versions are raised first; then the exception reaches whoever switched
+// the reactor on or made the change.
 #pragma once
 
 #include "framework/Kiv/Reactor.h"

@@ -10,8 +10,8 @@
 //
 // A handle counts up when it is made and down when it is destroyed; a copy counts for itself. An
 // exception of a subscriber to `updateInProgress` is dropped by the destructor, while close() lets
-// it through, and empties the handle. handleInitialized() and handleDestroyed() are the two steps
-// themselves: who calls one of them on a handle calls the other, too, since the count is not
+// it through, and empties the handle. handleInitialized() and handleDestroyed() only count up and
+// down. Whoever calls one of them on a handle has to call the other too, since the count is not
 // guarded. A handle without manager does nothing.
 #pragma once
 

@@ -1,8 +1,8 @@
 // How far a reactor is in its life: it works, and its handlers do something, from its
 // handleInitialized() to its cleanup().
 //
-// `initialized` says that the former has begun, and stays. What is taken down does not come back,
-// and is taken down once: that is what isWorking() is for.
+// initialized() is true from the start of handleInitialized() on, for good. isWorking() becomes
+// false at cleanup(), so that a reactor is taken down once and does not come back.
 #pragma once
 
 namespace Firewall {

@@ -129,7 +129,7 @@ constexpr Twinlog::Function reconcileFn("void Firewall::VrfSm::handleInitialized
 
 void GlobalPrefixOwners::reconcile(FwVrf& fwVrf) const {
   if (!takesVrfWideList()) return;
-  Kiv::HashSet<Lanx::IpGenPrefix> leftToLists;  // by a source that gives them to no segment
+  Kiv::HashSet<Lanx::IpGenPrefix> leftToLists;  // global prefixes that stay with a list
   for (const auto& entry : fwVrf.prefixList()) {
     const Lanx::IpGenPrefix prefix = entry.key;
     const std::optional<Pith::String> named = namedSegment(prefix);
@@ -150,8 +150,8 @@ void GlobalPrefixOwners::reconcile(FwVrf& fwVrf) const {
   replay(fwVrf, leftToLists);
 }
 
-// What is there already stays, but for those: it was right just now, and among the sources the
-// first wins.
+// A prefix that has an owner keeps it, unless it is in leftToLists: reconcile() has just put the
+// owner right. Of several sources the first that names a configured segment decides.
 void GlobalPrefixOwners::replay(FwVrf& fwVrf, Kiv::HashSet<Lanx::IpGenPrefix>& leftToLists) const {
   anySource(*at_.fwConfigDir, [&](const Pith::String& source, const Config::PtrConst& config) {
     const Vrf::PtrConst vrf = config->enabled() ? config->vrf(at_.vrfName) : nullptr;

@@ -17,7 +17,7 @@ namespace Firewall {
 
 class GlobalPrefixOwners {
  public:
-  // Both outlive it.
+  // The arguments must outlive this object.
   GlobalPrefixOwners(const VrfSmAttributes& at, const Stage& stage) noexcept
       : at_(at), stage_(stage) {}
 
@@ -25,17 +25,19 @@ class GlobalPrefixOwners {
   void processGlobalPrefix(const Pith::Ptr<const Vrf>& vrf, bool configured,
                            const Lanx::IpGenPrefix& prefix) const;
   void processGlobalPrefixesForSegment(const Pith::String& segmentName) const;
-  // Gives it to the segment, or takes it out of the list where there is no such segment.
+  // Gives the prefix to the segment, or takes it out of the VRF-wide list when the output has no
+  // such segment.
   void updateOrRemoveGlobalPrefix(const Lanx::IpGenPrefix& prefix,
                                   const Pith::String& segmentName) const;
   // The first segment by name that holds the prefix locally; empty when none does.
   Pith::String getSegmentForMatchListPrefix(const Lanx::IpGenPrefix& prefix) const;
-  // The segment that the enabled sources' global prefixes give it; empty when none does.
+  // The segment that the first enabled source with this global prefix names; empty for none.
   Pith::String getGlobalPrefixSegment(const Lanx::IpGenPrefix& prefix) const;
 
   // Brings what an earlier run left in line with the configuration.
   void reconcile(FwVrf& fwVrf) const;
-  // This source lets go of a global prefix: it is the next enabled source's that has it.
+  // This source lets go of a global prefix: the first other enabled source with it decides its
+  // owner.
   void release(const Lanx::IpGenPrefix& prefix) const;
 
  private:
@@ -43,7 +45,7 @@ class GlobalPrefixOwners {
   void replay(FwVrf& fwVrf, Kiv::HashSet<Lanx::IpGenPrefix>& leftToLists) const;
   // What the first enabled source with the global prefix names for it; none when no source has it.
   std::optional<Pith::String> namedSegment(const Lanx::IpGenPrefix& prefix) const;
-  // That of the first enabled source that gives it to a segment that is configured; or empty.
+  // The first configured segment that an enabled source names for the prefix; empty for none.
   Pith::String configuredSegment(const Lanx::IpGenPrefix& prefix) const;
 
   const VrfSmAttributes& at_;

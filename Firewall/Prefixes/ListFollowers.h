@@ -1,15 +1,15 @@
-// Who is told of a change in a list: the path reactors of all segments are, but only those whose
-// segment chose the list do more than to trace it.
+// Tells path reactors of a change in a list. Those whose segment chose the list act on it; the
+// others only trace it.
 //
 // The reactors that follow the lists of one kind in one configuration share a ListFollowers, and
-// with it one subscription to each list. A change is told to those who chose the list, and while
-// the level of the trace is on to everybody, always in the order in which they joined: so it is
-// what it would be if each had a subscription of its own to each list. Who chose what is asked
-// anew where a segment has chosen and its reactor has not heard of it yet, so that the traces
-// change nothing but what is traced.
+// with it one subscription to each list. A change is told to the reactors whose segment chose the
+// list; while the level of the trace is on, to all of them. They are told in the order in which
+// they joined, as if each had its own subscription to each list. A reactor may not have heard yet
+// that its segment made another choice: then it is asked for the choice first, so that tracing does
+// not change who acts.
 //
-// Cost: a list, one subscription; a follower, one entry; a change of a list, the followers that
-// chose it. The first to join, and the last to leave, cost the number of lists.
+// Cost: one subscription for each list and one entry for each follower. A change of a list costs
+// the followers that chose it. The first join() and the last leave() cost the number of lists.
 #pragma once
 
 #include <cstddef>
@@ -28,8 +28,8 @@
 
 namespace Firewall {
 
-// Which list of a kind a segment chose. A choice that cannot be read may be any: who made it hears
-// of every list, and raises the error.
+// Which list of a kind a segment chose. A choice that cannot be read may be any list: its follower
+// is told of every list, and raises the error.
 struct ListChoice {
   bool isAny = false;
   std::optional<Pith::String> name{};
@@ -57,7 +57,8 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
 
   // The follower has its choice, and gets a place behind all others.
   void join(Follower& follower) {
-    // A follower that a subscriber makes may come before the news of a list that it finds already.
+    // A follower that is made by a subscriber may see a list that listChanged() was not told of
+    // yet.
     if (version_ != Kind::version(*input_)) watchAll();
     follower.place = ++lastPlace_;
     all_.insert({follower.place, &follower});
@@ -81,8 +82,8 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
     if (!std::exchange(follower.isChoosing, true)) ++choosing_;
   }
 
-  // A list of that name came, went or was replaced. Every follower keeps the one that was, and the
-  // watch on it, until it has dealt with that.
+  // A list of that name came, went or was replaced. Every follower keeps the former list, and the
+  // watch on it, until the follower has dealt with the change.
   void listChanged(const Pith::String& name) {
     const Pith::Ptr<const List> present = Kind::list(*input_, name);
     const auto* const watch = watches_.find(name);
@@ -92,7 +93,7 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
     for (const auto& follower : all_) follower.value->keep(name, listThatWas, was);
     watches_.erase(name);
     if (present) watches_.insert({name, std::make_shared<Watch>(*this, present)});
-    // It is all that changed, unless a subscriber changed more before anybody was told.
+    // Nothing else has changed, unless a subscriber changed more lists before anybody was told.
     if (Kind::version(*input_) == version_ + 1) ++version_;
   }
 
@@ -149,7 +150,7 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
   void chose(Follower& follower) noexcept {
     if (std::exchange(follower.isChoosing, false)) --choosing_;
   }
-  // A subscriber that is told of the choice before the follower's reactor changes a list.
+  // Needed when a subscriber hears of a choice before the follower does, and changes a list.
   void askWhoIsChoosing() {
     for (auto follower = all_.begin(); choosing_ > 0 && follower != all_.end(); ++follower) {
       if (follower->value->isChoosing) follower->value->choiceChanged();
@@ -170,7 +171,8 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
     return any->place < named->place ? any : named;
   }
 
-  // Who is called may change anything: those who join are not told of this change any more.
+  // A follower may change anything when it is told. Those that join meanwhile are not told of this
+  // change.
   void tell(const Pith::Ptr<const List> list, Pith::FieldId field, const void* key,
             const Pith::Change* change) {
     const Ptr alive = this->shared_from_this();

@@ -1,16 +1,16 @@
-// The nested reactors of a path reactor, one for each list of a kind; of those that nobody asked
-// for and whose list did not change since the segment chose it, there is none yet.
+// The nested reactors of a path reactor, one for each list of a kind. A reactor is made only when
+// somebody asks for it, or when its list changes while the segment has chosen that list.
 //
 //   sm->matchIpv4PrefixListHas("web")     // there is such a list in the configuration
 //   sm->matchIpv4PrefixList("web")        // its reactor, made now if it was not there
 //
-// The contents are the lists of the configuration, in its order, as the path reactor has followed
-// them: while it deals with a list that comes or goes, they are still those from before. A segment
-// has one list of very many, so what a list costs that it did not choose is nothing. A walk makes
-// all reactors; it survives any change.
+// The contents are the lists of the configuration, in its order. While the path reactor deals with
+// a list that came or went, the contents are still those from before. A segment chooses one list of
+// very many, so a list that it did not choose costs it nothing. A walk makes all reactors; it
+// survives any change.
 //
-// What happens to a list is told by ListFollowers, to the reactor where there is one. A list that
-// is put in by hand, and that the configuration does not have, is not watched.
+// ListFollowers brings the changes of a list; the list's reactor is told of them if there is one. A
+// list that somebody puts in by is(), and that the configuration does not have, is not watched.
 #pragma once
 
 #include <algorithm>
@@ -42,7 +42,7 @@ class PITH_EXPORT ListReactors final : public Kiv::ReactorPart {
   struct Funktor {
     using Key = Pith::String;
     static const Key& key(const Pith::Ptr<Child>& child) noexcept {
-      static const Pith::String none;  // of one that was pointed at nothing
+      static const Pith::String none;  // for a reactor that watches nothing
       return child->notifier() ? child->notifier()->name() : none;
     }
   };
@@ -96,9 +96,9 @@ class PITH_EXPORT ListReactors final : public Kiv::ReactorPart {
     for (const auto& each : kept) del(each.name);
   }
 
-  // For the path reactor. From start() on the contents are there.
+  // For the path reactor. From start() on changes are followed.
   void start() { notificationActiveIs(true); }
-  // It is told of a list that came or went, before it deals with that, and after.
+  // The path reactor deals with a list that came or went between listChanged() and follow().
   void listChanged(const Pith::String& name) {
     if (followers_) followers_->listChanged(name);
   }
@@ -106,7 +106,7 @@ class PITH_EXPORT ListReactors final : public Kiv::ReactorPart {
     std::erase_if(kept_, [&name](const auto& kept) { return kept.name == name; });
     dropStale(name);
   }
-  // The segment is about to choose anew, and has done so.
+  // choiceChanges(): the segment is about to choose another list. choiceChanged(): it has done so.
   void choiceChanges() noexcept {
     if (followers_) followers_->choiceChanges(*this);
   }
@@ -189,7 +189,7 @@ class PITH_EXPORT ListReactors final : public Kiv::ReactorPart {
 
   Owner* owner_;
   typename Followers::Ptr followers_;
-  // Where the contents differ from the configuration: the list that a name stands for, or none.
+  // The names for which the contents differ from the configuration, each with its list or null.
   std::vector<Kept> kept_;
   mutable Kiv::HashMap2018<Made, typename Made::Funktor> made_;
 };

@@ -119,13 +119,13 @@ class PITH_EXPORT MatchListConfigPathSm final
   // A list of that name changed: recompute when the segment names it.
   void handleIpv4PrefixList(const Pith::String& name);
   void handleIpv6PrefixList(const Pith::String& name);
-  // Withdraw every subnet of the family, whoever else has it. Not for SegmentSM::cleanup(): see
-  // there.
+  // Withdraw every subnet of the family, even one that another source asks for too.
+  // SegmentSM::cleanup() does not call this, but cleanup() below.
   void cleanIpv4PrefixList();
   void cleanIpv6PrefixList();
-  // What SegmentSM::cleanup() calls: the segment leaves together with its source. Cleans both
-  // families, IPv4 first, but what a list of the same segment in another enabled source holds stays
-  // in place. Afterwards the reactor does nothing any more.
+  // SegmentSM::cleanup() calls this when the segment leaves together with its source. Withdraws the
+  // subnets of both families, IPv4 first, but not those that a list of the same segment in another
+  // enabled source holds. Afterwards the reactor does nothing any more.
   void cleanup();
 
   // Whether any match-list path has such a list.
@@ -178,8 +178,8 @@ class PITH_EXPORT MatchListConfigPathSm final
   Kiv::Subscription<&MatchListConfigPathSm::matchListConfigDispatch> matchListConfigSubscription_;
   Kiv::Subscription<&MatchListConfigPathSm::aclListConfigDispatch> aclListConfigSubscription_;
   Stage stage_;
-  // Moves with everything that is done to the segment's subnets, so that a recompute notices when a
-  // subscriber to the output changed the input under it: it then starts over.
+  // Counts everything that is done to the segment's subnets. By this a recompute notices that a
+  // subscriber to the output changed the input meanwhile, and starts over.
   std::uint32_t changes_ = 0;
 };
 

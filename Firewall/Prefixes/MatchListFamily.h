@@ -115,8 +115,8 @@ struct PITH_EXPORT Ipv6Lists {
       "void Firewall::MatchListConfigPathSm::NestedSm_AclIpv6PrefixList::handleIpv6Prefix(U32)"};
 };
 
-// The lists of one kind, and what the nested reactors do with them: what ListReactors and
-// ListFollowers ask.
+// What ListReactors and ListFollowers need to know of a kind of list: where the lists are, which
+// one a segment chose, and which handler a change goes to.
 template <class Lists>
 struct PITH_EXPORT MatchListsOf {
   using Input = MatchList::Config;

@@ -37,7 +37,8 @@ class OtherSources {
 
  private:
   void add(const MatchListConfigPathSmAttributes& at, const Segment& segment) {
-    // Another source's meaningless choice does not keep this one from leaving.
+    // is() raises nothing: a meaningless choice in another source must not keep this one from
+    // leaving.
     const ListSource& source = Lists::source(segment);
     if (source.is(ListSource::Alternative::matchList)) {
       anyMatchList<Lists>(*at.matchListConfigDir, source.name(),

@@ -35,8 +35,9 @@ PITH_EXPORT bool isGloballyConfigured(const Pith::Ptr<const Kiv::Dir>& fwConfigD
                                       const L3::VrfName& vrf,
                                       const Lanx::IpGenAddrWithMask& subnet);
 
-// The first two for a run of subnets of one segment: the sources' VRFs are looked up once, where
-// the hardware takes a VRF-wide list, and again when they changed under the run.
+// Does what addMatchListConfiguredSubnet() and removeMatchListConfiguredSubnet() do, for a run of
+// subnets of one segment. Where the hardware takes a VRF-wide list, the sources' VRFs are looked up
+// once, and again when they changed during the run.
 class SubnetClassification {
  public:
   // Whether there is one subnet to classify, or a run of them.
@@ -48,7 +49,8 @@ class SubnetClassification {
   void remove(const Lanx::IpGenAddrWithMask& subnet);
 
  private:
-  // Whether the VRF-wide list is the lists' to write for this prefix.
+  // Whether the segments' lists decide who owns the prefix VRF-wide: not when it is a global
+  // prefix, nor where there is no VRF-wide list.
   bool ownsVrfWide(const Lanx::IpGenPrefix& prefix);
 
   const MatchListConfigPathSmAttributes& at_;

@@ -85,8 +85,8 @@ PrefixSet::PtrConst prefixSet(const FieldSetConfig& config, const Pith::String& 
   return set ? set->subConfig() : nullptr;
 }
 
-// Which ranges lie within one of the published ones; one that is the wrong way round has none in
-// it.
+// Tells which ranges lie within a published range. A published range whose start is above its end
+// contains none.
 class PublishedPorts {
  public:
   explicit PublishedPorts(const PortSet& set) {

@@ -10,7 +10,7 @@ namespace Firewall {
 
 class ApplicationCompiler {
  public:
-  // Both outlive it.
+  // The arguments must outlive this object.
   ApplicationCompiler(const RootSmAttributes& at, const Stage& stage) noexcept
       : at_(at), stage_(stage) {}
 

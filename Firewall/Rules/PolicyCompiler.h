@@ -16,7 +16,7 @@ namespace Firewall {
 
 class PolicyCompiler {
  public:
-  // All of them outlive it.
+  // The arguments must outlive this object.
   PolicyCompiler(const RootSmAttributes& at, const Stage& stage, const RuleWriter& rules) noexcept
       : at_(at), stage_(stage), rules_(rules) {}
 
@@ -25,7 +25,8 @@ class PolicyCompiler {
   void handlePolicyRules(const Pith::Ptr<const Policy>& inPolicy) const;
   void handlePolicyRule(const Pith::Ptr<const Policy>& inPolicy, std::uint32_t seqnum) const;
   void addPolicyRulesAll(const Pith::Ptr<const Policy>& inPolicy, std::uint32_t seqnum) const;
-  // This source has no hardware rules for the number (any more): those that have compile theirs.
+  // This source has no hardware rules for the sequence number (any more): compiles the rules of the
+  // other sources that have some.
   void compileRuleInstead(const Pith::String& policyName, std::uint32_t seqnum) const;
 
  private:

@@ -9,8 +9,8 @@
 
 namespace Firewall {
 
-// Where the hardware rules of one policy rule go. What it has looked up once it looks up again only
-// when it may have changed, which a subscriber to the written rules can bring about.
+// Where the hardware rules of one policy rule go. It keeps what it has looked up, and looks it up
+// again only when it may have changed: a subscriber to the written rules may change anything.
 class RuleWriter::Target {
  public:
   Target(Pith::Ptr<HwConfig> out, Pith::Ptr<const Policy> inPolicy, std::uint32_t seqnum) noexcept

@@ -1,5 +1,5 @@
-// Writes the hardware rules of a policy rule, and takes them away: under which identifiers, and how
-// a service is expanded where the hardware takes no service rules.
+// Writes the hardware rules of a policy rule, and takes them away. It chooses their identifiers,
+// and expands a service where the hardware takes no service rules.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ namespace Firewall {
 
 class RuleWriter {
  public:
-  // Both outlive it. Nothing is written while the stage is not one of working.
+  // The arguments must outlive this object. Nothing is written while the stage is not working.
   RuleWriter(const RootSmAttributes& at, const Stage& stage) noexcept : at_(at), stage_(stage) {}
 
   // One hardware rule under the next free identifier; false when there is none, or no policy.
@@ -26,7 +26,7 @@ class RuleWriter {
   void addServicePolicyRules(const Pith::Ptr<const FwService>& fwService,
                              const Pith::Ptr<const Policy>& inPolicy, std::uint32_t seqnum) const;
   void deletePolicyRules(const Pith::Ptr<const Policy>& inPolicy, std::uint32_t seqnum) const;
-  // Those of the output's policy of that name, whichever source they are from.
+  // Deletes all rules of the output's policy of that name, whichever source they are from.
   void deleteAllRules(const Pith::Ptr<const Policy>& inPolicy) const;
 
  private:

@@ -13,7 +13,7 @@ namespace Firewall {
 
 class ServiceCompiler {
  public:
-  // All of them outlive it.
+  // The arguments must outlive this object.
   ServiceCompiler(const RootSmAttributes& at, const Stage& stage, const RuleWriter& rules,
                   const PolicyCompiler& policies) noexcept
       : at_(at), stage_(stage), rules_(rules), policies_(policies) {}

@@ -17,7 +17,7 @@ class ClassMapBinder {
   // The reactors of the VRFs, which are told when the interfaces of one of their segments changed.
   using Vrfs = Kiv::ChildReactors<VrfSm, Pith::String>;
 
-  // All of them outlive it.
+  // The arguments must outlive this object.
   ClassMapBinder(const RootSmAttributes& at, const Stage& stage, const Vrfs& vrfs) noexcept
       : at_(at), stage_(stage), vrfs_(vrfs) {}
 

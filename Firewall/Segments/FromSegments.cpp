@@ -133,7 +133,7 @@ void FromSegments::handleFallbackPolicy() const {
 
 void FromSegments::removeFromSegments() const {
   FIREWALL_ENTRY("void Firewall::SegmentSM::removeFromSegments()", ": ");
-  // At a stale start, the entry that is there already.
+  // Before the segment's output is made, an entry of its name that is there already.
   const auto output = fwSegment_ ? fwSegment_ : at_.fwVrfConfig->segment(at_.segmentName);
   if (!output) return;
   Kiv::AllSteps steps;

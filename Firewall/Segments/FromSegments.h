@@ -12,7 +12,7 @@ namespace Firewall {
 
 class FromSegments {
  public:
-  // All of them outlive it. The segment's output is null until it is made.
+  // The arguments must outlive this object. The segment's output is null until it is made.
   FromSegments(const SegmentSMAttributes& at, const Stage& stage,
                const Pith::Ptr<FwSegment>& fwSegment) noexcept
       : at_(at), stage_(stage), fwSegment_(fwSegment) {}

@@ -36,7 +36,7 @@ void updateVlanSet(const Pith::Ptr<FwSegment>& fwSegment,
   const auto output = fwSegment->intfVlanRangeSet(intfVlanData->intfId());
   PITH_ASSERT_TEXT(output, "fwSegment->intfVlanRangeSetHas( cliIntfVlanData->intfId() )");
 
-  // Whole before the first write: a range that is none leaves the output as it was.
+  // All blocks are made before the first write, so that a range error leaves the output as it was.
   Kiv::HashSet<VlanRange> wanted;
   std::vector<Lanx::RangeMaskGen<std::uint16_t>::Entry> blocks;
   for (const VlanRange& range : intfVlanData->vlanRange()) {

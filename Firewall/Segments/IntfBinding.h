@@ -10,13 +10,15 @@
 
 namespace Firewall {
 
-// In a segment of a VRF: whole, when it is routed in the VRF that the class map is of, and not at
-// all otherwise. Returns what is bound, or null. The process ends where ClassMapName.h says so.
+// Binds the whole interface to a segment of a VRF when it is routed in the class map's VRF, and
+// unbinds it otherwise. Returns what is bound, or null. The process ends where ClassMapName.h says
+// so.
 Pith::Ptr<FwIntfVlanRangeSet> bindVrfIntf(const Pith::Ptr<FwSegment>& fwSegment,
                                           const Pith::String& className, const Lanx::IntfId& intf,
                                           const Pith::Ptr<const Ip::Status>& ipStatus);
 
-// In an L2 segment: with the VLAN ranges of the data, which may be null, and then those it has.
+// Binds the interface to an L2 segment with the VLAN ranges of the data. When the data is null, the
+// interface keeps the ranges that it has.
 void bindL2Intf(const Pith::Ptr<FwSegment>& fwSegment, const Pith::String& className,
                 const Lanx::IntfId& intf, const Pith::Ptr<const IntfVlanRangeSet>& intfVlanData);
 

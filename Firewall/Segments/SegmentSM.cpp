@@ -112,8 +112,8 @@ void SegmentSM::handleClassMap() {
     TWINLOG(facility, 6, fn, "Update intf list from class %s to interim segment %s L2=%s",
             className, segmentName, isL2);
   }
-  // A subscriber may name another class map meanwhile, which is then bound already; and the name
-  // may not have been written for want of memory.
+  // A subscriber may name another class map meanwhile; that one is then bound already. The name is
+  // not in the output when memory ran out at its write.
   const auto isNamed = [&] {
     return classMapName() == className && fwSegment_->className() == className;
   };

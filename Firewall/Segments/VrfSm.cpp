@@ -118,7 +118,7 @@ void VrfSm::handleSegment(const Pith::String& name) {
   FIREWALL_ONLY_WHILE(isWorking());
   ActiveWorkManager::Handle work(activeWorkManager);
   Kiv::AllSteps steps;
-  // Gone, or another one of its name was made in its place.
+  // The configured segment has gone, or another one of its name has taken its place.
   const Pith::Ptr<SegmentSM> child = segmentSm(name);
   if (child && child->attributes().inSegment != inputSegment(name)) {
     takeDown(child, steps);
@@ -141,7 +141,7 @@ void VrfSm::takeDown(const Pith::Ptr<SegmentSM>& child, Kiv::AllSteps& steps) {
   const Pith::String& name = child->attributes().segmentName;
   steps.run([&] { child->cleanup(); });
   if (segmentSm(name) == child) steps.run([&] { segmentSmDel(name); });
-  // When the last source leaves, the output was cleared before.
+  // The output has been cleared already when the last enabled source leaves.
   if (vrfName.empty() || !outFirewallConfig->vrfHas(vrfName)) return;
   steps.run([&] { processGlobalPrefixesForSegment(name); });
 }
@@ -163,7 +163,7 @@ template <class Visit>
 void VrfSm::eachServiceSideSegment(const Visit& visit) const {
   Kiv::AllSteps steps;
   for (const Pith::String& each : serviceSideSegment_) {
-    // One that is being made is not among the children yet.
+    // A segment's reactor that is still being made is not among the children yet.
     if (const Pith::Ptr<SegmentSM> segment = segmentSm(each)) steps.run([&] { visit(*segment); });
   }
 }

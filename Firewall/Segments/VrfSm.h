@@ -90,7 +90,7 @@ class PITH_EXPORT VrfSm final : public Kiv::Reactor<VrfSm, VrfSmAttributes> {
   void updateOrRemoveGlobalPrefix(const Lanx::IpGenPrefix& prefix, const Pith::String& segment);
   // The first segment by name that holds the prefix locally; empty when none does.
   Pith::String getSegmentForMatchListPrefix(const Lanx::IpGenPrefix& prefix) const;
-  // The segment that the enabled sources' global prefixes give it; empty when none does.
+  // The segment that the first enabled source with this global prefix names; empty for none.
   Pith::String getGlobalPrefixSegment(const Lanx::IpGenPrefix& prefix) const;
 
  private:

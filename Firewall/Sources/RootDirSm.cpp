@@ -64,7 +64,8 @@ void RootDirSm::handleInitialized() {
   if (!isComplete) steps.run([this] { cleanup(); });
 }
 
-// One bad application does not keep a switch from its firewall: nobody would hold the root.
+// If one bad application raised its error here, nobody would hold the root, and the switch would
+// have no firewall.
 void RootDirSm::startSource(const Pith::String& name) {
   static constexpr Twinlog::Function fn("void Firewall::RootDirSm::handleInitialized()");
   try {

@@ -63,7 +63,7 @@ void RootFeatureEnableSm::handleFeatureStatus() {
   }
   const Pith::Ptr<RootSm> child = rootSm();
   if (!child) {
-    // Evaluations since have counted it as enabled.
+    // The output was evaluated since, with this source counted as enabled.
     if (std::exchange(isRootMissing_, false)) rootDirSm->evaluateHwConfigEnableStatus();
     return;
   }
@@ -75,7 +75,8 @@ void RootFeatureEnableSm::handleFeatureStatus() {
   steps.run([this] { rootSmDel(); });
 }
 
-// One that is just being made counts: a subscriber to what it writes may have enabled this one.
+// A source that is just being made counts as running: a subscriber to its writes may have enabled
+// this source.
 bool RootFeatureEnableSm::isAnotherRunning() const {
   return anySource(*fwConfigDir, [this](const Pith::String& name, const auto& config) {
     if (config == inConfig || !config->enabled()) return false;

@@ -1,8 +1,8 @@
 // One configuration source: while it is enabled there is a RootSm for it.
 //
-// It outlives a start that fails, of the source or of what the source brings up: what was raised is
-// kept until the owner has the reactor and asks for it. The source is tried again when it is
-// disabled and enabled.
+// When the start of the source, or of what the source brings up, fails, this reactor stays. It
+// keeps the exception until its owner holds the reactor and asks for it by startErrorRaise(). The
+// source is tried again when it is disabled and enabled.
 #pragma once
 
 #include <exception>
