@@ -99,8 +99,8 @@ inline constexpr std::uint8_t kindMask = 0x07;
 inline constexpr std::uint8_t joinedBit = 0x08;
 inline constexpr unsigned countShift = 4;
 
-// The check sum: each word turns and changes all that came before, so that no single wrong word
-// stays unnoticed until the end, and there one in 2^32 does.
+// The check sum. A single wrong word always changes the 64-bit sum; finish() shortens that to 32
+// bits, so that one wrong message in 2^32 stays unnoticed.
 constexpr std::uint64_t mix(std::uint64_t check, std::uint64_t word) noexcept {
   return std::rotl(check, 23) ^ word;
 }

@@ -1,8 +1,8 @@
 // A copy of a trace file while its writer goes on.
 //
 // Blocks are copied from the newest back to the oldest, since the writer takes them into use again
-// from the oldest on: what the copy meets the writer at is where its messages begin. Within a block
-// the order of copying is enough: a frame word that was copied says that its frame, at higher
+// from the oldest on: the messages of the copy begin where it meets the writer. Within a block the
+// order of copying is enough: a frame word that was copied says that its frame, at higher
 // addresses, had been written before. Descriptors are copied last, so that they are there for all
 // messages.
 #include <fcntl.h>

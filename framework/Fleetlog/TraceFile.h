@@ -25,8 +25,8 @@ namespace Fleetlog {
 
 class PITH_EXPORT TraceFile {
  public:
-  // Rounded up: the ring to two blocks and more, of 64 KiB, the descriptors to 4 KiB and more. A
-  // descriptor takes 32 bytes and its texts. RangeException above 1 TiB.
+  // Sizes are rounded up: the ring to whole blocks of 64 KiB, at least two; the descriptors to at
+  // least 4 KiB. A descriptor takes 32 bytes and its texts. RangeException above 1 TiB.
   struct Sizes {
     std::size_t ringBytes = std::size_t{4} << 20U;
     std::size_t descriptorBytes = std::size_t{256} << 10U;

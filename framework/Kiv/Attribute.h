@@ -1,13 +1,13 @@
 // The storage behind an attribute's declaration (Entity.h): one class for each kind.
 //
-// Each holds the data, decides whether a write changes anything, keeps an index that the type may
-// have beside it, and tells the owner's subscribers. Written through the mutators that the
-// declaration makes; not used by itself.
+// Each class holds the data, decides whether a write changes anything, updates the index if the
+// attribute has one, and tells the owner's subscribers. The classes are used through the accessors
+// and mutators of the declaration, not by themselves.
 //
-// An index is a function object called with (key, value before, value after), null for none: before
-// an entry is added or changed, after one was removed. That of a value is called with (value
-// before, value after), before it changes. It may refuse an addition or a value by an exception,
-// and then nothing has changed.
+// An index is a function object. For a collection it is called with (key, value before, value
+// after), null for no value: before an entry is added or changed, and after an entry was removed.
+// For a single value it is called with (value before, value after), before the value changes. An
+// index may refuse an addition or a change by an exception; then nothing has changed.
 #pragma once
 
 #include <cstddef>
@@ -64,8 +64,8 @@ void tell(Owner& owner, Pith::FieldId field, const void* key, const void* previo
 }
 
 // Calls remove(key) for each key that is there now, in iteration order, whatever the calls do to
-// the map; then raises the first exception of a call. Without memory for the keys, for the first as
-// often as there are entries: removing needs none.
+// the map; then raises the first exception of a call. The keys are copied first. When there is no
+// memory for that, it removes the first entry as often as there are entries now.
 template <class Map, class Remove>
 void removeEach(Map& map, const Remove& remove) {
   using Funktor = typename MapTraits<Map>::Funktor;

@@ -39,8 +39,9 @@
 // again with a reference that differs from the child's own it raises ReinstantiationError, naming
 // type and attribute. xDel(key) switches the child's notifications off and lets it go.
 //
-// A zombie ignores what it is told: a nested reactor's handlers are not called then. A dispatch
-// function is, and calls no handler where isZombie(): the upkeep of its children goes on.
+// A zombie ignores what it is told. The handlers of a nested reactor are not called while it is
+// one. A dispatch function is still called, for the upkeep of the children, but calls no handler
+// while isZombie().
 //
 // While a dispatch function runs, its reactor and all reactors above it are kept alive, since what
 // it does may take any of them down.
@@ -210,7 +211,7 @@ const void* referenceOf(const T& field) noexcept {
   }
 }
 
-// The references that a child was created with must be those it is asked for with again.
+// Raises ReinstantiationError when a child is asked for again with other references than before.
 template <class Attributes>
 void checkSameReferences(std::string_view type, const Attributes& have, const Attributes& want) {
   std::array<const void*, std::size(Attributes::fieldNames)> given{};
@@ -290,7 +291,8 @@ class NestedReactor : public ReactorBase {
     return reactor;
   }
 
-  // Of a reactor that says true, the owner watches the notifier, and calls tell().
+  // A class that sets this to true does not subscribe: its owner watches the notifier and calls
+  // tell().
   static constexpr bool isToldByOwner = false;
 
   const Pith::Ptr<const Notifier>& notifier() const noexcept { return notifier_; }
