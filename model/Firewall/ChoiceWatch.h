@@ -1,8 +1,8 @@
 // Hears that a segment chooses another list, at once: before any subscriber does.
 //
-// It is for who keeps an index of segments by their choice, which would be wrong while the
-// subscribers that come before its owner are told. A watch joins one segment, and leaves it when it
-// is destroyed; the segment has to live as long.
+// It is for whoever keeps an index of segments by their choice. As a mere subscriber the owner of
+// the index would be told too late: earlier subscribers would find the index wrong. A watch joins
+// one segment, and leaves it when it is destroyed; the segment has to live as long.
 #pragma once
 
 #include "framework/Lanx/AddressFamily.h"
