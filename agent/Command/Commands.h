@@ -28,7 +28,8 @@ FWAGENT_COMMANDS(FWAGENT_DECLARE_COMMAND, FWAGENT_DECLARE_COMMANDS)
 
 // The program itself, as a command with the others below it and the options that all of them take.
 Command program();
-// Which every command has, and the parser answers: the help of one, and of all.
+// The options for help, of one command and of all: every command has them, and the parser answers
+// them.
 std::vector<Option> helpOptions();
 CommonOptions commonOptionsOf(const Arguments& given);
 

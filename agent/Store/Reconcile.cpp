@@ -177,7 +177,8 @@ class Planner {
     return entry.substr(0, entry.find(','));
   }
 
-  // Of the changes of a prefix list that begin at these, those that would leave a prefix twice.
+  // The changes of one prefix list begin at these places. An entry goes to `takenOver`, to be
+  // erased before all writes, when one of the writes has its present prefix.
   void takeOver(std::size_t firstWrite, std::size_t firstErasure) {
     std::unordered_set<std::string_view> written;
     for (std::size_t i = firstWrite; i < plan_.writes.size(); ++i) {

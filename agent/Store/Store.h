@@ -1,11 +1,11 @@
-// Everything that the agents of a switch share, and the reactors on it.
+// The objects that the agents of a switch share, and the reactors that work on them.
 //
 //   Store store;
-//   Reconciler(store).commit(document);
+//   apply(planOf(store, document.root), store);     // Reconcile.h
 //   store.start();                                  // the tables are there now
 //   store.hwConfig->vrf(...)
 //
-// The reactors are stopped before the objects go.
+// The destructor stops the reactors before the objects go.
 #pragma once
 
 #include <string_view>
@@ -19,14 +19,15 @@ class Store : public Firewall::SwitchStore {
  public:
   bool isStarted() const noexcept { return root != nullptr; }
 
-  // A source was switched off or went beside an enabled one since everything was last compiled from
-  // nothing: what it leaves in the output is not of the configuration any more.
+  // Whether a source was disabled or removed while another stayed enabled, since everything was
+  // last compiled from nothing. What such a source leaves in the output is not in the
+  // configuration.
   bool sourceHasLeft() const noexcept { return sourceHasLeft_; }
   void sourceHasLeftIs(bool hasLeft) noexcept { sourceHasLeft_ = hasLeft; }
 
-  // The object of an input type of which there is one (Schema.h's Part::owner).
+  // The one input object of that type (Part::owner in Schema.h).
   Kiv::Object& input(const Kiv::TypeData& type) const;
-  // The object at a path, its first step one of the names that `show` lists; null for none.
+  // The objects that `show` can begin a path with, each with its name there.
   struct Named {
     std::string_view name;
     Kiv::Object* object;

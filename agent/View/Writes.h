@@ -4,8 +4,8 @@
 //   ...                                     // the store changes
 //   record.printText(out);                  // "~ policy/web/rule/41943041 = ..." and the sums
 //
-// An object or entry that was taken away and put back, and stands as it stood with all that is
-// below it, is named: on the way the hardware was without it.
+// It also names each object or entry that was removed and put back just as it was, with all that is
+// below it: in between the hardware was without it.
 //
 // Cost: all of the tables as text, twice.
 #pragma once
@@ -35,8 +35,8 @@ class WriteRecord final : public Kiv::TreeWatcher {
       : TreeWatcher(hwConfig), hwConfig_(hwConfig), before_(flatTree(*hwConfig, {})) {}
 
   const std::vector<Write>& writes() const noexcept { return writes_; }
-  // Paths that were there before, went, and are there again with the same in and below them; not
-  // those below another one.
+  // The paths of what was removed and put back just as it was, with all that is below. A path below
+  // another one of them is left out.
   std::vector<std::string> putBack() const;
 
   void printText(std::ostream& out, bool color) const;
