@@ -63,8 +63,9 @@ constexpr bool is(int number) { return std::is_constant_evaluated() ? false : ch
 """
 
 TURNED = {"&&": "||", "||": "&&", "==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">"}
-IGNORED = re.compile(r"TWINLOG|PITH_ASSERT|fmtrace|static_assert|KIV_|FIREWALL_LIST")
+IGNORED = re.compile(r"TWINLOG|PITH_ASSERT|fmtrace|static_assert|KIV_|FIREWALL_(LIST|ENTRY|ONLY_WHILE)")
 TRACE = re.compile(r"TWINLOG|Pith::fmtrace")
+GUARD = re.compile(rb"(?m)^  FIREWALL_ONLY_WHILE\([^;]*\);")
 WRITE = re.compile(r"(Is|Del|DelAll|Inc)\(")
 # Does nothing but take memory in advance.
 HARMLESS = re.compile(r"\breserve\(|^\(?void\)|^static_cast<void>")
@@ -217,6 +218,15 @@ def visit(cursor, parents, source):
 SOURCES = {}
 
 
+def add_dropped_guards(source):
+    """The way out of a handler that has nothing to do, which a macro makes."""
+    for guard in GUARD.finditer(source.bytes):
+        text = source.text(*guard.span())
+        fault = Fault(source.path.name, source.line(guard.start()), "guard dropped", text.strip(), "nothing")
+        source.faults[fault] = [Site(guard.start(), guard.end(),
+                                     lambda n, inner: f"  if (!::Mutation::is({n})) {inner.lstrip()}")]
+
+
 def descend(cursor, parents):
     location = cursor.location.file
     if location is None:
@@ -233,9 +243,11 @@ def find_sites():
     """Every place of every file, from the compiler's view of each source."""
     clang.cindex.Config.set_library_file(LIBCLANG)
     index = clang.cindex.Index.create()
-    for path in sorted((ROOT / "Firewall").iterdir()):
+    for path in sorted((ROOT / "Firewall").rglob("*")):
         if path.suffix in (".h", ".cpp"):
             SOURCES[os.path.realpath(path)] = Source(path)
+    for source in SOURCES.values():
+        add_dropped_guards(source)
     for name in sorted(SOURCES):
         if not name.endswith(".cpp"):
             continue
@@ -306,7 +318,7 @@ def plant(faults, numbers, left_out):
             text = text.replace("#pragma once\n", "#pragma once\n" + include, 1)
         else:
             text = include + text
-        write_if_changed(TREE / "Firewall" / source.path.name, text.encode())
+        write_if_changed(TREE / source.path.relative_to(ROOT), text.encode())
 
 
 def build_planted(faults, numbers):
@@ -324,8 +336,8 @@ def build_planted(faults, numbers):
             break
         # Whatever stands on a line of which the compiler complains is left out.
         bad = set()
-        for name, line in re.findall(r"Firewall/([\w.]+):(\d+):\d+: error", done.stdout + done.stderr):
-            text = (TREE / "Firewall" / name).read_text().splitlines()[int(line) - 1]
+        for name, line in re.findall(r"(Firewall/[\w./]+):(\d+):\d+: error", done.stdout + done.stderr):
+            text = (TREE / name).read_text().splitlines()[int(line) - 1]
             bad |= {int(number) for number in re.findall(r"Mutation::is\((\d+)\)", text)}
         by_number = {numbers[fault]: fault for fault in faults}
         fresh = {by_number[number] for number in bad} - left_out
@@ -386,7 +398,8 @@ def equivalent():
 
 
 def description(fault):
-    lines = (ROOT / "Firewall" / fault.file).read_text().splitlines()
+    path = next(source.path for source in SOURCES.values() if source.path.name == fault.file)
+    lines = path.read_text().splitlines()
     return fault.file, fault.kind, lines[fault.line - 1].strip(), fault.before
 
 
