@@ -325,6 +325,7 @@ def build_planted(faults, numbers):
     """Builds all that compiles; returns the faults that do not."""
     copy_tree()
     left_out = set()
+    plant(faults, numbers, left_out)
     subprocess.run(["cmake", "-S", str(TREE), "-B", str(BUILD), "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
                     "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -w", "-DFIREWALL_AGENT=OFF"],
                    check=True, stdout=subprocess.DEVNULL)

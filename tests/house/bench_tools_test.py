@@ -125,6 +125,16 @@ class ReportTest(ToolTest):
         self.assertIn("| reached |", self.lines(self.measured(*expansion(200)), "1")[0])
         self.assertIn("| **missed** |", self.lines(self.measured(*expansion(201)), "1")[0])
 
+    def test_a_goal_out_of_reach_has_a_limit_in_its_place(self):
+        def raised(*times):
+            return [run_of(f"2b A service's version raised, {size} services", **{"raise": time, "raise:best": 100.0})
+                    for size, time in zip((10, 1000, 10000), times)]
+        [line] = self.lines(self.measured(*raised(100, 150, 200)), "2b")
+        self.assertIn("flat within 3.5 ×; the goal was flat within 2 ×", line)
+        self.assertIn("| reached |", line)
+        self.assertIn("| limit holds |", self.lines(self.measured(*raised(100, 150, 349)), "2b")[0])
+        self.assertIn("| **missed** |", self.lines(self.measured(*raised(100, 150, 351)), "2b")[0])
+
     def test_what_was_not_measured_stays_as_it_is_kept(self):
         before = self.lines(self.report()[1], "5a")
         self.assertEqual(self.lines(self.measured(*self.change(1, 1, 1)), "5a"), before)
