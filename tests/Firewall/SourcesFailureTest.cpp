@@ -11,6 +11,7 @@
 #include "framework/Kiv/TreeWatcher.h"
 #include "framework/Pith/RangeException.h"
 #include "tests/support/FullConfiguration.h"
+#include "tests/support/OnWrite.h"
 #include "tests/support/Switch.h"
 
 namespace {
@@ -204,6 +205,21 @@ TEST_F(SourceThatFailedTest, ThatJoinedEnabledIsTriedAgainWhenItIsDisabledAndEna
   expectInactiveAndEmpty();
   cli->enabledIs(true);
   EXPECT_TRUE(sw().rootSm("api"));
+  EXPECT_TRUE(sw().hwConfig->active());
+}
+
+// The first source is being made: the factory has not returned, and nothing says yet that it runs.
+TEST_F(SourceThatFailedTest, LeavesWhatASourceThatIsJustBeingMadeHasWritten) {
+  sw().source("bgp")->enabledIs(false);
+  sw().start();
+  const TestSupport::OnWrite enableAnother(sw().hwConfig, [&](const Kiv::TreeChange&) {
+    if (!sw().hwConfig->policyHas("p") || sw().source("cli")->enabled()) return;
+    EXPECT_THROW(sw().source("cli")->enabledIs(true), Pith::RangeException);
+  });
+  sw().source("bgp")->enabledIs(true);
+  ASSERT_TRUE(sw().source("cli")->enabled());
+  EXPECT_FALSE(sw().rootSm("cli"));
+  EXPECT_TRUE(sw().hwConfig->policyHas("p"));
   EXPECT_TRUE(sw().hwConfig->active());
 }
 
