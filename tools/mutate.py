@@ -279,7 +279,7 @@ def failure(test, number, timeout):
     """How the test fails with the fault; empty when it passes."""
     environment = dict(os.environ, GTEST_FAIL_FAST="1", GTEST_BRIEF="1", FIREWALL_LIVES=LIVES,
                        FIREWALL_LIVES_SEED="1", FIREWALL_MUTANT=str(number))
-    process = subprocess.Popen([str(BUILD / "tests" / test)], cwd=BUILD, env=environment,
+    process = subprocess.Popen([str(BUILD / "tests" / test)], cwd=TREE, env=environment,
                                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL, start_new_session=True, preexec_fn=limited)
     try:
