@@ -46,7 +46,7 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
   using Ptr = std::shared_ptr<ListFollowers>;
 
   static Ptr of(const Pith::Ptr<const Input>& input) {
-    std::weak_ptr<void>& slot = Kind::sharedByFollowers(*input);
+    std::weak_ptr<void>& slot = Kind::followed(*input).shared();
     if (const auto shared = slot.lock()) return std::static_pointer_cast<ListFollowers>(shared);
     auto made = std::make_shared<ListFollowers>(input);
     slot = made;
@@ -59,7 +59,7 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
   void join(Follower& follower) {
     // A follower that is made by a subscriber may see a list that listChanged() was not told of
     // yet.
-    if (version_ != Kind::version(*input_)) watchAll();
+    if (version_ != Kind::followed(*input_).version()) watchAll();
     follower.place = ++lastPlace_;
     all_.insert({follower.place, &follower});
     index(follower);
@@ -94,7 +94,7 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
     watches_.erase(name);
     if (present) watches_.insert({name, std::make_shared<Watch>(*this, present)});
     // Nothing else has changed, unless a subscriber changed more lists before anybody was told.
-    if (Kind::version(*input_) == version_ + 1) ++version_;
+    if (Kind::followed(*input_).version() == version_ + 1) ++version_;
   }
 
  private:
@@ -124,7 +124,7 @@ class ListFollowers final : public std::enable_shared_from_this<ListFollowers<Ki
       listChanged(name);
     }
     for (const Pith::Ptr<const List> list : Kind::lists(*input_)) listChanged(list->name());
-    version_ = Kind::version(*input_);
+    version_ = Kind::followed(*input_).version();
   }
   void forgetAll() {
     watches_.clear();

@@ -3,11 +3,11 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
 #include "Firewall/Prefixes/ListFollowers.h"
 #include "Firewall/Trace.h"
 #include "framework/Kiv/Dir.h"
+#include "framework/Kiv/Followed.h"
 #include "framework/Lanx/AddressFamily.h"
 #include "framework/Lanx/IpAddrWithMask.h"
 #include "framework/Lanx/Prefix.h"
@@ -131,10 +131,7 @@ struct PITH_EXPORT MatchListsOf {
   static Pith::Ptr<const List> list(const Input& input, const Pith::String& name) {
     return Lists::matchList(input, name);
   }
-  static std::weak_ptr<void>& sharedByFollowers(const Input& input) {
-    return input.sharedByFollowers(Lists::family);
-  }
-  static std::uint64_t version(const Input& input) { return input.listsVersion(Lists::family); }
+  static const Kiv::Followed& followed(const Input& input) { return input.followed(Lists::family); }
   static ListChoice choice(const Segment& segment) {
     return listChoice(Lists::source(segment), ListSource::Alternative::matchList);
   }
@@ -160,10 +157,7 @@ struct PITH_EXPORT PrefixListsOf {
   static Pith::Ptr<const List> list(const Input& input, const Pith::String& name) {
     return Lists::prefixList(input, name);
   }
-  static std::weak_ptr<void>& sharedByFollowers(const Input& input) {
-    return input.sharedByFollowers(Lists::family);
-  }
-  static std::uint64_t version(const Input& input) { return input.listsVersion(Lists::family); }
+  static const Kiv::Followed& followed(const Input& input) { return input.followed(Lists::family); }
   static ListChoice choice(const Segment& segment) {
     return listChoice(Lists::source(segment), ListSource::Alternative::prefixList);
   }

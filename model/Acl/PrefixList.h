@@ -3,10 +3,10 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <string_view>
 
 #include "framework/Kiv/Entity.h"
+#include "framework/Kiv/Followed.h"
 #include "framework/Lanx/AddressFamily.h"
 #include "framework/Lanx/Prefix.h"
 #include "framework/Pith/String.h"
@@ -40,33 +40,17 @@ class PITH_EXPORT Ipv6PrefixList : public Kiv::Entity {
 
 class PITH_EXPORT AclListConfig : public Kiv::Entity {
   KIV_ENTITY(AclListConfig, Kiv::Entity)
-  KIV_CHILDREN_INDEXED(Pith::String, PrefixList, prefixList, countIpv4Change)
-  KIV_CHILDREN_INDEXED(Pith::String, Ipv6PrefixList, ipv6PrefixList, countIpv6Change)
+  KIV_CHILDREN_INDEXED(Pith::String, PrefixList, prefixList, ipv4Lists_.changed)
+  KIV_CHILDREN_INDEXED(Pith::String, Ipv6PrefixList, ipv6PrefixList, ipv6Lists_.changed)
 
-  // What those who follow the lists of the family share about them; theirs to set.
-  std::weak_ptr<void>& sharedByFollowers(Lanx::AddressFamily family) const noexcept {
-    return family == Lanx::AddressFamily::ipv4 ? sharedByIpv4Followers_ : sharedByIpv6Followers_;
-  }
-
-  // Another one after each list of the family that came or went.
-  std::uint64_t listsVersion(Lanx::AddressFamily family) const noexcept {
-    return family == Lanx::AddressFamily::ipv4 ? ipv4Version_ : ipv6Version_;
+  // The lists of the family, for those who follow them.
+  const Kiv::Followed& followed(Lanx::AddressFamily family) const noexcept {
+    return family == Lanx::AddressFamily::ipv4 ? ipv4Lists_ : ipv6Lists_;
   }
 
  private:
-  void countIpv4Change(const Pith::String& /*key*/, const void* /*previous*/,
-                       const void* /*current*/) {
-    ++ipv4Version_;
-  }
-  void countIpv6Change(const Pith::String& /*key*/, const void* /*previous*/,
-                       const void* /*current*/) {
-    ++ipv6Version_;
-  }
-
-  mutable std::weak_ptr<void> sharedByIpv4Followers_;
-  mutable std::weak_ptr<void> sharedByIpv6Followers_;
-  std::uint64_t ipv4Version_ = 0;
-  std::uint64_t ipv6Version_ = 0;
+  Kiv::Followed ipv4Lists_;
+  Kiv::Followed ipv6Lists_;
 };
 
 }  // namespace Acl

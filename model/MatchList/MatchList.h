@@ -3,9 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
 #include "framework/Kiv/Entity.h"
+#include "framework/Kiv/Followed.h"
 #include "framework/Lanx/AddressFamily.h"
 #include "framework/Lanx/IpAddrWithMask.h"
 #include "framework/Pith/String.h"
@@ -28,34 +28,18 @@ class PITH_EXPORT Config : public Kiv::Entity {
   KIV_ENTITY(Config, Kiv::Entity)
   KIV_KEY(Config, Pith::String, name)
   KIV_CHILDREN_INDEXED(Pith::String, MatchIpv4PrefixListConfig, matchIpv4PrefixList,
-                       countIpv4Change)
+                       ipv4Lists_.changed)
   KIV_CHILDREN_INDEXED(Pith::String, MatchIpv6PrefixListConfig, matchIpv6PrefixList,
-                       countIpv6Change)
+                       ipv6Lists_.changed)
 
-  // What those who follow the lists of the family share about them; theirs to set.
-  std::weak_ptr<void>& sharedByFollowers(Lanx::AddressFamily family) const noexcept {
-    return family == Lanx::AddressFamily::ipv4 ? sharedByIpv4Followers_ : sharedByIpv6Followers_;
-  }
-
-  // Another one after each list of the family that came or went.
-  std::uint64_t listsVersion(Lanx::AddressFamily family) const noexcept {
-    return family == Lanx::AddressFamily::ipv4 ? ipv4Version_ : ipv6Version_;
+  // The lists of the family, for those who follow them.
+  const Kiv::Followed& followed(Lanx::AddressFamily family) const noexcept {
+    return family == Lanx::AddressFamily::ipv4 ? ipv4Lists_ : ipv6Lists_;
   }
 
  private:
-  void countIpv4Change(const Pith::String& /*key*/, const void* /*previous*/,
-                       const void* /*current*/) {
-    ++ipv4Version_;
-  }
-  void countIpv6Change(const Pith::String& /*key*/, const void* /*previous*/,
-                       const void* /*current*/) {
-    ++ipv6Version_;
-  }
-
-  mutable std::weak_ptr<void> sharedByIpv4Followers_;
-  mutable std::weak_ptr<void> sharedByIpv6Followers_;
-  std::uint64_t ipv4Version_ = 0;
-  std::uint64_t ipv6Version_ = 0;
+  Kiv::Followed ipv4Lists_;
+  Kiv::Followed ipv6Lists_;
 };
 
 }  // namespace MatchList

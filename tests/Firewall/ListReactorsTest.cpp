@@ -222,7 +222,7 @@ TEST_F(ListReactorsTest, WhatIsNoPathAmongThePathsHasNoLists) {
 TEST_F(ListReactorsTest, TheSegmentsOfAPathShareOneWatch) {
   const auto lists = sw().matchLists("lists");
   const auto shared = [&lists] {
-    return lists->sharedByFollowers(Lanx::AddressFamily::ipv4).use_count();
+    return lists->followed(Lanx::AddressFamily::ipv4).shared().use_count();
   };
   EXPECT_EQ(shared(), 0);
   reactor("a");
