@@ -341,6 +341,9 @@ bool MatchListConfigPathSm::isChosen(const Pith::String& name) const {
   return !source.isNone() && source.name() == name;
 }
 
+template void MatchListConfigPathSm::recompute<Ipv4Lists>();
+template void MatchListConfigPathSm::recompute<Ipv6Lists>();
+
 template class ListReactors<MatchListsOf<Ipv4Lists>, MatchListConfigPathSm,
                             MatchListConfigPathSm::NestedSm_MatchIpv4PrefixList>;
 template class ListReactors<MatchListsOf<Ipv6Lists>, MatchListConfigPathSm,

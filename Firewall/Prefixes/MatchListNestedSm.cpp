@@ -23,12 +23,17 @@ void MatchListConfigPathSm::subnetChanged(const Pith::String& listName,
   if (!hasChosen<Lists>(ListSource::Alternative::matchList, listName)) return;
   const auto list = Lists::matchList(*matchListConfig, listName);
   PITH_ASSERT(list);
-  ++changes_;
-  if (list->subnetsHas(subnet)) {
-    addMatchListConfiguredSubnet(this, subnet);
-  } else {
-    removeMatchListConfiguredSubnet(this, subnet);
-  }
+  const std::uint32_t begun = ++changes_;
+  Kiv::AllSteps steps;
+  steps.run([&] {
+    if (list->subnetsHas(subnet)) {
+      addMatchListConfiguredSubnet(this, subnet);
+    } else {
+      removeMatchListConfiguredSubnet(this, subnet);
+    }
+  });
+  // A subscriber to the output changed the input under it.
+  if (changes_ != begun) steps.run([this] { recompute<Lists>(); });
 }
 
 template <class Lists>
@@ -36,7 +41,7 @@ void MatchListConfigPathSm::entryChanged(const Pith::String& listName, const Pit
   TWINLOG_FN(facility, 7, Lists::handlePrefix, " segment: %s prefixList: %s", mlSegmentName,
              listName);
   if (!hasChosen<Lists>(ListSource::Alternative::prefixList, listName)) return;
-  ++changes_;
+  const std::uint32_t begun = ++changes_;
   const auto permitted = [](const void* value) -> const typename Lists::Prefix* {
     const auto* const entry = static_cast<const typename Lists::PrefixEntry*>(value);
     return entry != nullptr && entry->action == Acl::Action::permit ? &entry->prefix : nullptr;
@@ -48,6 +53,7 @@ void MatchListConfigPathSm::entryChanged(const Pith::String& listName, const Pit
   if (const auto* const current = permitted(change.current)) {
     steps.run([&] { addMatchListConfiguredSubnet(this, *current); });
   }
+  if (changes_ != begun) steps.run([this] { recompute<Lists>(); });
 }
 
 template void MatchListConfigPathSm::subnetChanged<Ipv4Lists>(const Pith::String&,

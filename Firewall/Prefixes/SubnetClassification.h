@@ -52,7 +52,12 @@ class SubnetClassification {
   // Whether the segments' lists decide who owns the prefix VRF-wide: not when it is a global
   // prefix, nor where there is no VRF-wide list.
   bool ownsVrfWide(const Lanx::IpGenPrefix& prefix);
+  // The VRF-wide list gives the prefix to the first other segment that holds it, or to none.
+  void giveToHeir(const Lanx::IpGenPrefix& prefix);
+  // The same where the list gives the prefix to this segment and the lists may write it.
+  void disown(const Lanx::IpGenPrefix& prefix);
 
+  const MatchListConfigPathSm& sm_;
   const MatchListConfigPathSmAttributes& at_;
   std::optional<VrfOfSources> vrfs_;  // for a run, and not in the L2 segment directory
 };

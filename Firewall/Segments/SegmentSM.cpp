@@ -84,6 +84,10 @@ void SegmentSM::handleMatchListConfigPath(const Pith::String& name) {
   mlConfigPathSmIs(name, segmentName, fwConfigDir, Pith::dynamicPtrCast<FwVrf>(fwVrfConfig),
                    matchListConfigDir, path, inSegment, fwSegment_, hwCapability, aclListConfig,
                    activeWorkManager);
+  // A subscriber may have removed the path, or made another, while the reactor was not there yet.
+  if (matchListConfigDir->entityPtrAs<MatchList::Config>(name) != path) {
+    handleMatchListConfigPath(name);
+  }
 }
 
 namespace {

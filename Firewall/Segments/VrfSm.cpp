@@ -132,6 +132,9 @@ void VrfSm::handleSegment(const Pith::String& name) {
                   outFirewallConfig, intfStatusDir, ipStatus, matchListConfigDir, rootSm,
                   hwCapability, this, aclListConfig);
     });
+    // A subscriber may have removed the segment, or made another, while the reactor was not there
+    // yet.
+    if (inputSegment(name) != input) steps.run([&] { handleSegment(name); });
   }
   TWINLOG_FN(facility, 7, fn, " return");
   steps.run([&] { work.close(); });

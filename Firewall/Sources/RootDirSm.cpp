@@ -82,9 +82,19 @@ void RootDirSm::handleConfigurationSource(const Pith::String& name) {
                  " Source: %s", name);
   FIREWALL_ONLY_WHILE(isWorking());
   if (const auto config = fwConfigDir ? fwConfigDir->entityPtrAs<Config>(name) : nullptr) {
-    rootFeatureSmIs(name, fwConfigDir, config, outFirewallConfig, firewallStatus, intfStatusDir,
-                    ipStatus, matchListConfigDir, appRecConfig, fieldSetConfig, appRecStatus,
-                    hwCapability, this, aclListConfig);
+    Kiv::AllSteps steps;
+    steps.run([&] {
+      rootFeatureSmIs(name, fwConfigDir, config, outFirewallConfig, firewallStatus, intfStatusDir,
+                      ipStatus, matchListConfigDir, appRecConfig, fieldSetConfig, appRecStatus,
+                      hwCapability, this, aclListConfig);
+    });
+    // A subscriber may have removed the source while its reactor was not there yet.
+    const auto child = rootFeatureSm(name);
+    const auto present = fwConfigDir->entityPtrAs<Config>(name);
+    if (child && child->attributes().inConfig != present) {
+      steps.run([&] { rootFeatureSmDel(name); });
+      if (present) steps.run([&] { handleConfigurationSource(name); });
+    }
   } else {
     rootFeatureSmDel(name);
   }
@@ -121,7 +131,9 @@ void RootDirSm::cleanupOutput() {
     steps.run([this] { outFirewallConfig->policyDelAll(); });
     steps.run([this] { outFirewallConfig->l2SegDel(); });
     steps.run([this] { outFirewallConfig->servicesDelAll(); });
-    steps.run([this] { firewallStatus->serviceDelAll(); });
+    steps.run([this] {
+      if (firewallStatus) firewallStatus->serviceDelAll();
+    });
   }
 }
 

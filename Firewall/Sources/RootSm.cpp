@@ -153,19 +153,23 @@ void RootSm::handleVrfConfig(const Pith::String& name) {
 void RootSm::handleVrf(const L3::VrfName& name) {
   FIREWALL_ENTRY("void Firewall::RootSm::handleVrf(const L3::VrfName&)", ": %s", name);
   FIREWALL_ONLY_WHILE(isWorking());
-  const Pith::Ptr<const Vrf> config = inConfig->vrf(name);
   const bool present = name == "default" || ipStatus->vrfHas(name);
   if (!present) TWINLOG(facility, 3, fn, "%s doesn't exist.", name);
-  if (present && config) {
-    if (!vrfSmHas(name)) {
-      vrfSmIs(name, fwConfigDir, config, config, inConfig, outFirewallConfig, intfStatusDir,
-              ipStatus, matchListConfigDir, this, hwCapability, aclListConfig, activeWorkManager);
-    }
-  } else if (const Pith::Ptr<VrfSm> child = vrfSm(name)) {
-    Kiv::AllSteps steps;
+  const Pith::Ptr<const Vrf> config = present ? inConfig->vrf(name) : nullptr;
+  Kiv::AllSteps steps;
+  const Pith::Ptr<VrfSm> child = vrfSm(name);
+  if (child && child->attributes().vrfConfig != config) {
     steps.run([&] { child->cleanup(); });
     steps.run([&] { vrfSmDel(name); });
   }
+  if (!config || vrfSmHas(name)) return;
+  steps.run([&] {
+    vrfSmIs(name, fwConfigDir, config, config, inConfig, outFirewallConfig, intfStatusDir, ipStatus,
+            matchListConfigDir, this, hwCapability, aclListConfig, activeWorkManager);
+  });
+  // A subscriber may have removed the VRF, or made another, while its reactor was not there yet.
+  const bool isStillPresent = name == "default" || ipStatus->vrfHas(name);
+  if (!isStillPresent || inConfig->vrf(name) != config) steps.run([&] { handleVrf(name); });
 }
 
 void RootSm::handleL2Config() {
@@ -176,6 +180,8 @@ void RootSm::handleL2Config() {
                  intfStatusDir, ipStatus, matchListConfigDir, this, hwCapability, aclListConfig,
                  activeWorkManager);
     TWINLOG_FN(facility, 5, fn, " L2 config added");
+    // A subscriber may have removed the directory while its reactor was not there yet.
+    if (!inConfig->l2SegmentDir()) handleL2Config();
   } else if (const Pith::Ptr<VrfSm> child = l2SegDirSm()) {
     Kiv::AllSteps steps;
     steps.run([&] { child->cleanup(); });

@@ -297,8 +297,9 @@ class NestedReactor : public ReactorBase {
 
   const Pith::Ptr<const Notifier>& notifier() const noexcept { return notifier_; }
 
+  // A reactor that was pointed at nothing is told nothing.
   void tell(Pith::FieldId field, const void* key, const Pith::Change* change) {
-    if (isZombie()) return;
+    if (isZombie() || !notifier_) return;
     anchored(this, [&] { derived().onAttribute(field, key, change); });
   }
 

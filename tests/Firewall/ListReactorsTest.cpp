@@ -210,6 +210,15 @@ TEST_F(ListReactorsTest, AReactorThatIsPointedAtNothingIsFoundUnderItsNameAndMad
             sw().matchLists("lists")->matchIpv4PrefixList("web"));
 }
 
+TEST_F(ListReactorsTest, AReactorThatIsPointedAtNothingIsToldNothing) {
+  matchList("web", {"10.0.0.0/8"});
+  segment("a")->prefixIpv4MlIs(ListSource::matchList("web"));
+  const auto sm = reactor("a");
+  sm->matchIpv4PrefixList("web")->notifierIs(nullptr);
+  matchListAdd("web", "10.1.0.0/16");
+  EXPECT_EQ(subnets("a").size(), 1U);
+}
+
 TEST_F(ListReactorsTest, WhatIsNoPathAmongThePathsHasNoLists) {
   matchList("web", {"10.0.0.0/8"});
   const auto sm = reactor("a");
