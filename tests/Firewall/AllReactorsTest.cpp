@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "Firewall/Sources/RootFeatureEnableSm.h"
 #include "Firewall/Sources/RootSm.h"
 #include "tests/support/FullConfiguration.h"
@@ -34,19 +36,35 @@ class AllReactorsTest : public TestSupport::SwitchTest {
                                      const void*, const Pith::Change*);
   // With nothing to read for who took it for a field that he knows.
   template <class Reactor>
-  static void tell(Reactor& reactor, Dispatch<Reactor> dispatch) {
+  void tell(Reactor& reactor, Dispatch<Reactor> dispatch) {
+    told_.insert(&reactor.typeData());
     (reactor.*dispatch)(nullptr, nullptr, unknownField, nullptr, nullptr);
   }
   template <class Nested>
-  static void tellNested(const Nested& nested) {
+  void tellNested(const Nested& nested) {
     ASSERT_TRUE(nested);
+    told_.insert(&nested->typeData());
     nested->tell(unknownField, nullptr, nullptr);
   }
   Firewall::RootSm& rootSm() { return *rootSm_; }
+  const std::set<const Kiv::TypeData*>& told() const { return told_; }
 
  private:
+  std::set<const Kiv::TypeData*> told_;
   Firewall::RootSm::Ptr rootSm_;
 };
+
+// The types of the reactors of the tree that watch something.
+void collectWatching(const Kiv::TypeData& type, std::set<const Kiv::TypeData*>& types) {
+  if (&type == &Firewall::ActiveWorkManager::staticTypeData()) return;  // is only asked
+  if (!types.insert(&type).second) return;
+  for (const Kiv::AttributeData& attribute : type.attributes) {
+    if (attribute.childType != nullptr && (attribute.kind == Kiv::AttributeKind::child ||
+                                           attribute.kind == Kiv::AttributeKind::children)) {
+      collectWatching(attribute.childType(), types);
+    }
+  }
+}
 
 TEST_F(AllReactorsTest, IgnoreFieldsThatTheyDoNotKnow) {
   const auto feature = sw().root->rootFeatureSm("cli");
@@ -79,6 +97,9 @@ TEST_F(AllReactorsTest, IgnoreFieldsThatTheyDoNotKnow) {
   tellNested(pathSm->aclIpv6PrefixList("servers6"));
   EXPECT_THAT(sw().recorder.take(), IsEmpty());
   EXPECT_THAT(traces.records(), IsEmpty());
+  std::set<const Kiv::TypeData*> watching;
+  collectWatching(Firewall::RootDirSm::staticTypeData(), watching);
+  EXPECT_EQ(told(), watching) << "a reactor of the tree was not told, or is no reactor of it";
 }
 
 TEST_F(AllReactorsTest, CountTheirChildrenForWhoAsksByName) {

@@ -228,6 +228,24 @@ TEST_F(GlobalPrefixTest, TheGlobalSegmentIsThatOfTheFirstEnabledSource) {
   EXPECT_EQ(vrfSm()->getGlobalPrefixSegment(ten_), "a");
 }
 
+// The first source with the prefix gives it to no segment, so that it is the lists'; when a VRF
+// starts, the next source that names a segment has it.
+TEST_F(GlobalPrefixTest, APrefixThatASourceGivesToNoSegmentIsTheListsUntilAVrfStarts) {
+  segment("a");
+  segment("b");
+  sw().source("api")->vrfIs("red");
+  sw().source("zed")->vrfIs("red");
+  sw().start();
+  fwVrf()->segment("a")->subnetsIs(Lanx::IpGenAddrWithMask(ten_), true);
+  sw().source("api")->enabledIs(true);
+  global("10.0.0.0/8", "b");
+  EXPECT_EQ(owner("10.0.0.0/8"), "b");
+  sw().source("api")->vrf("red")->prefixIs(ten_, "");
+  EXPECT_EQ(owner("10.0.0.0/8"), "a");
+  sw().source("zed")->enabledIs(true);
+  EXPECT_EQ(owner("10.0.0.0/8"), "b");
+}
+
 TEST_F(GlobalPrefixTest, AGlobalPrefixOfAClearedOutputDoesNotBringItBack) {
   segment("a");
   sw().start();

@@ -171,6 +171,7 @@ TEST_F(PolicyTest, RuleOfAPolicyThatIsNotInTheOutputIsTracedAndIgnored) {
   const auto sm = sw().rootSm("cli");
   sm->addPolicyRulesAll(web, 1);
   EXPECT_TRUE(traces.saw(3, "addPolicyRulesAll", "Policy web not found"));
+  EXPECT_FALSE(traces.saw(7, "addPolicyRulesAll", " return"));
 }
 
 TEST_F(PolicyTest, HandlersTraceTheirEntryAndTheirReturn) {

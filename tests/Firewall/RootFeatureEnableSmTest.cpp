@@ -264,4 +264,17 @@ TEST_F(RootFeatureEnableSmTest, FactoriesTakeTheArgumentsInOrder) {
   rootSm->cleanup();
 }
 
+TEST_F(RootFeatureEnableSmTest, FactoryRaisesWhatTheStartOfTheSourceRaises) {
+  const auto cli = sw().source("cli");
+  sw().start();
+  auto attributes = sw().root->rootFeatureSm("cli")->attributes();
+  sw().ipStatus->vrfIs(L3::VrfName("red"));
+  sw().matchLists("lists");
+  const auto api = Kiv::make<Firewall::Config>("api");
+  api->vrfIs("red")->segmentIs("a")->prefixIpv4MlIs({7, "web"});
+  api->enabledIs(true);
+  attributes.inConfig = api;
+  EXPECT_THROW(Firewall::rootFeatureEnableSmFactory(attributes), Pith::RangeException);
+}
+
 }  // namespace
