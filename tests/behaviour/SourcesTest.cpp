@@ -143,6 +143,32 @@ TEST(BehaviourOfFaults, SourceThatCannotBeReplayedDoesNotStart) {
   EXPECT_THAT(real.dump(), Contains("active = true"));
 }
 
+// A source that does not start still counts as enabled: alone it leaves `active` false and the
+// tables empty, but when it keeps company to the end and the others are disabled before it,
+// `active` stays true and what they leave stays. Disable it too, and all is empty.
+TEST(BehaviourOfFaults, SourceThatDoesNotStartStillCountsAsEnabled) {
+  RealSwitch real;
+  const auto apply = [&real](const History& lines) {
+    for (const std::string& line : lines) real.apply(Change(line));
+  };
+  const std::string wrong = "__VRF_" + std::string(101, 'v') + "_segment_a";
+  apply({"start", "+ intf/intfStatus/Ethernet1", "+ ip/ipIntfStatus/Ethernet1 = default",
+         "+ source/cli", "+ source/cli/vrf/default", "+ source/cli/vrf/default/segment/a",
+         "+ source/cli/vrf/default/segment/a/className = " + wrong,
+         "+ source/cli/classMap/" + wrong,
+         "+ source/cli/classMap/" + wrong + "/intfVlanData/Ethernet1", "+ source/bgp",
+         "+ source/bgp/policy/web"});
+  EXPECT_THROW(apply({"+ source/cli/enabled = true"}), Pith::RangeException);
+  EXPECT_THAT(real.dump(), Contains("active = false"));
+  apply({"+ source/cli/enabled = false", "+ source/bgp/enabled = true"});
+  EXPECT_THROW(apply({"+ source/cli/enabled = true"}), Pith::RangeException);
+  apply({"+ source/bgp/enabled = false"});
+  EXPECT_THAT(real.dump(), Contains("active = true"));
+  EXPECT_THAT(real.dump(), Contains("policy/web = "));
+  apply({"+ source/cli/enabled = false"});
+  EXPECT_TRUE(real.isEmpty());
+}
+
 // Acts once, when the output is written so.
 class ActsAt final : public Kiv::TreeWatcher {
  public:
