@@ -63,7 +63,7 @@ class PITH_EXPORT ActiveWorkManager::Handle {
 
   const Pith::Ptr<ActiveWorkManager>& manager() const noexcept { return manager_; }
 
-  // Counts up; done by the constructors.
+  // Counts up; done by the constructors. Who calls it once more calls handleDestroyed() once more.
   void handleInitialized();
   // Counts down; done by the destructor. Below 0 the count wraps, and the flag stands.
   void handleDestroyed();
