@@ -93,7 +93,6 @@ void RootDirSm::handleConfigurationSource(const Pith::String& name) {
     const auto present = fwConfigDir->entityPtrAs<Config>(name);
     if (child && child->attributes().inConfig != present) {
       steps.run([&] { rootFeatureSmDel(name); });
-      if (present) steps.run([&] { handleConfigurationSource(name); });
     }
   } else {
     rootFeatureSmDel(name);

@@ -233,14 +233,13 @@ TEST_F(GlobalPrefixTest, TheGlobalSegmentIsThatOfTheFirstEnabledSource) {
 TEST_F(GlobalPrefixTest, APrefixThatASourceGivesToNoSegmentIsTheListsUntilAVrfStarts) {
   segment("a");
   segment("b");
-  sw().source("api")->vrfIs("red");
+  sw().source("api")->vrfIs("red")->prefixIs(ten_, "b");
   sw().source("zed")->vrfIs("red");
   sw().start();
   fwVrf()->segment("a")->subnetsIs(Lanx::IpGenAddrWithMask(ten_), true);
   sw().source("api")->enabledIs(true);
-  global("10.0.0.0/8", "b");
   EXPECT_EQ(owner("10.0.0.0/8"), "b");
-  sw().source("api")->vrf("red")->prefixIs(ten_, "");
+  global("10.0.0.0/8", "");
   EXPECT_EQ(owner("10.0.0.0/8"), "a");
   sw().source("zed")->enabledIs(true);
   EXPECT_EQ(owner("10.0.0.0/8"), "b");
