@@ -37,7 +37,7 @@ constexpr std::string_view fallbackLeft = behaviourLine("fallback-left");
 constexpr std::string_view policyLater = behaviourLine("policy-later");
 constexpr std::string_view linksReplaced = behaviourLine("links-replaced");
 
-constexpr std::string_view forwardingSegments = "forwarding-segments";
+constexpr std::string_view allForwarding = "forwarding-segments";
 
 std::vector<std::string> stepsOf(const std::string& path) {
   std::vector<std::string> steps;
@@ -283,7 +283,7 @@ std::string_view KnownDifferences::ofLink(const std::string& path, const Segment
   if (!running_.hwCapability->forwardingSegmentsPolicySupported()) return {};
   const bool namesForwarding = std::any_of(
       segments.begin(), segments.end(),
-      [](const auto& segment) { return segment->policyHas(Pith::String(forwardingSegments)); });
+      [](const auto& segment) { return segment->policyHas(Pith::String(allForwarding)); });
   if (now_.count(path) == 0) return namesForwarding ? policyLater : linksReplaced;
   return namesForwarding ? stillSubscriber : std::string_view();
 }

@@ -6,7 +6,7 @@
 namespace Agent {
 namespace {
 
-Answer answer(RunningConfiguration& running, const Words& /*words*/) {
+Answer answerResync(RunningConfiguration& running, const Words& /*words*/) {
   const std::uint64_t before = running.writes();
   resync(running.store());
   return {done, counted(running.writes() - before, "write") + "\n"};
@@ -18,7 +18,7 @@ Question resyncQuestion() {
   return {.name = "resync",
           .summary = "makes the running output so, by disabling and enabling the sources",
           .example = "resync",
-          .answer = answer};
+          .answer = answerResync};
 }
 
 }  // namespace Agent

@@ -7,7 +7,7 @@
 namespace Agent {
 namespace {
 
-Answer answer(RunningConfiguration& /*running*/, const Words& words) {
+Answer answerTraceLevel(RunningConfiguration& /*running*/, const Words& words) {
   const auto setting = traceLevelOf(words[0] + "/" + words[1]);
   if (!setting)
     return {refused, inQuotes(words[1]) + " is not a level of 0 to 9, or -1 for none\n"};
@@ -29,7 +29,7 @@ Question traceLevelQuestion() {
                                        "TEXT")
                           .repeated(2, 2)
                           .required(),
-          .answer = answer};
+          .answer = answerTraceLevel};
 }
 
 }  // namespace Agent

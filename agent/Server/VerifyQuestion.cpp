@@ -6,7 +6,7 @@
 namespace Agent {
 namespace {
 
-Answer answer(RunningConfiguration& running, const Words& /*words*/) {
+Answer answerVerify(RunningConfiguration& running, const Words& /*words*/) {
   const std::vector<Difference> differences = verify(running.store());
   if (differences.empty()) return {done, "the output is what its configuration makes\n"};
   std::string text;
@@ -27,7 +27,7 @@ Question verifyQuestion() {
   return {.name = "verify",
           .summary = "whether the running output is what its configuration makes from nothing",
           .example = "verify",
-          .answer = answer};
+          .answer = answerVerify};
 }
 
 }  // namespace Agent

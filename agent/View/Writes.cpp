@@ -12,10 +12,10 @@
 namespace Agent {
 namespace {
 
-using Kind = Kiv::TreeChange::Kind;
+using ChangeKind = Kiv::TreeChange::Kind;
 
-constexpr std::string_view kindName(Kind kind) {
-  return kind == Kind::added ? "added" : kind == Kind::changed ? "changed" : "removed";
+constexpr std::string_view kindName(ChangeKind kind) {
+  return kind == ChangeKind::added ? "added" : kind == ChangeKind::changed ? "changed" : "removed";
 }
 
 // "policy/web" of "policy/web/rule/1", "vrf/red/segment/a" of what is below that segment.
@@ -38,7 +38,7 @@ void WriteRecord::onChange(const Kiv::TreeChange& change) {
   if (change.attribute.child == nullptr && change.attribute.value != nullptr) {
     value = valueText(*change.attribute.value, change.value);
   }
-  writes_.push_back({change.kind, change.path, change.kind == Kind::removed ? "" : value,
+  writes_.push_back({change.kind, change.path, change.kind == ChangeKind::removed ? "" : value,
                      hwConfig_->updateInProgress()});
 }
 
@@ -51,7 +51,7 @@ std::vector<std::string> WriteRecord::putBack() const {
   };
   std::set<std::string, PathOrder> removed;
   for (const Write& write : writes_) {
-    if (write.kind == Kind::removed) removed.insert(write.path);
+    if (write.kind == ChangeKind::removed) removed.insert(write.path);
   }
   std::vector<std::string> paths;
   // What was below an object that was taken away went with it, and may stand again without it being
@@ -84,9 +84,9 @@ std::map<std::string, WriteRecord::Sum> WriteRecord::sums() const {
   std::map<std::string, Sum> sums;
   for (const Write& write : writes_) {
     Sum& sum = sums[objectOf(write.path)];
-    ++(write.kind == Kind::added     ? sum.added
-       : write.kind == Kind::changed ? sum.changed
-                                     : sum.removed);
+    ++(write.kind == ChangeKind::added     ? sum.added
+       : write.kind == ChangeKind::changed ? sum.changed
+                                           : sum.removed);
   }
   return sums;
 }
@@ -95,7 +95,9 @@ void WriteRecord::printText(std::ostream& out, bool color) const {
   std::size_t inProgress = 0;
   for (const Write& write : writes_) {
     if (write.inProgress) ++inProgress;
-    const char sign = write.kind == Kind::added ? '+' : write.kind == Kind::changed ? '~' : '-';
+    const char sign = write.kind == ChangeKind::added     ? '+'
+                      : write.kind == ChangeKind::changed ? '~'
+                                                          : '-';
     if (color) out << (sign == '+' ? "\x1b[32m" : sign == '-' ? "\x1b[31m" : "\x1b[33m");
     out << sign << (write.inProgress ? "* " : "  ") << write.path;
     if (!write.value.empty()) out << " = " << write.value;
@@ -135,7 +137,7 @@ void WriteRecord::printJsonLines(std::ostream& out) const {
       writer.text(kindName(write.kind));
       writer.key("path");
       writer.text(write.path);
-      if (write.kind != Kind::removed && !write.value.empty()) {
+      if (write.kind != ChangeKind::removed && !write.value.empty()) {
         writer.key("value");
         writer.text(write.value);
       }

@@ -14,6 +14,7 @@
 #include "tests/support/LiveCounts.h"
 #include "tests/support/Switch.h"
 
+namespace SourcesOrder {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -268,3 +269,4 @@ TEST_F(SourcesOrderTest, UpToThreeSourcesAddedEnabledDisabledAndRemovedInEveryOr
 }
 
 }  // namespace
+}  // namespace SourcesOrder

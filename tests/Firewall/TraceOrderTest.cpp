@@ -511,8 +511,8 @@ class ListTraceOrderTest : public TraceOrderTest {
   Firewall::Segment::Ptr a;
 };
 
-using Families = testing::Types<Ipv4Order, Ipv6Order>;
-TYPED_TEST_SUITE(ListTraceOrderTest, Families);
+using OrderFamilies = testing::Types<Ipv4Order, Ipv6Order>;
+TYPED_TEST_SUITE(ListTraceOrderTest, OrderFamilies);
 
 TYPED_TEST(ListTraceOrderTest, SubnetsOfAMatchListComeAndGo) {
   const std::string& handle = this->handle;
