@@ -253,11 +253,11 @@ Pith::Ptr<T> make(Args&&... args) {
 // index_(key, previous, current) of an entry (Attribute.h).
 #define KIV_VALUE_INDEXED(Type_, name_, index_)                                          \
   KIV_IMPL_VALUE(Type_, name_, [this](const auto& kivPrevious, const auto& kivCurrent) { \
-    index_(kivPrevious, kivCurrent);                                                     \
+    this->index_(kivPrevious, kivCurrent);                                               \
   })
 #define KIV_IMPL_INDEX(index_)                                                 \
   [this](const auto& kivAt, const auto* kivPrevious, const auto* kivCurrent) { \
-    index_(kivAt, kivPrevious, kivCurrent);                                    \
+    this->index_(kivAt, kivPrevious, kivCurrent);                              \
   }
 #define KIV_SET_INDEXED(Type_, name_, index_) \
   KIV_IMPL_SET(Type_, name_, ::Kiv::HashSet, KIV_IMPL_INDEX(index_))
