@@ -82,6 +82,7 @@ void RootDirSm::handleConfigurationSource(const Pith::String& name) {
                  " Source: %s", name);
   FIREWALL_ONLY_WHILE(isWorking());
   if (const auto config = fwConfigDir ? fwConfigDir->entityPtrAs<Config>(name) : nullptr) {
+    const bool isNew = !rootFeatureSmHas(name);
     Kiv::AllSteps steps;
     steps.run([&] {
       rootFeatureSmIs(name, fwConfigDir, config, outFirewallConfig, firewallStatus, intfStatusDir,
@@ -91,7 +92,7 @@ void RootDirSm::handleConfigurationSource(const Pith::String& name) {
     // A subscriber may have removed the source while its reactor was not there yet.
     const auto child = rootFeatureSm(name);
     const auto present = fwConfigDir->entityPtrAs<Config>(name);
-    if (child && child->attributes().inConfig != present) {
+    if (isNew && child && child->attributes().inConfig != present) {
       steps.run([&] { rootFeatureSmDel(name); });
     }
   } else {

@@ -153,23 +153,26 @@ void RootSm::handleVrfConfig(const Pith::String& name) {
 void RootSm::handleVrf(const L3::VrfName& name) {
   FIREWALL_ENTRY("void Firewall::RootSm::handleVrf(const L3::VrfName&)", ": %s", name);
   FIREWALL_ONLY_WHILE(isWorking());
-  const bool present = name == "default" || ipStatus->vrfHas(name);
+  const auto isPresent = [&] { return name == "default" || ipStatus->vrfHas(name); };
+  const bool present = isPresent();
   if (!present) TWINLOG(facility, 3, fn, "%s doesn't exist.", name);
   const Pith::Ptr<const Vrf> config = present ? inConfig->vrf(name) : nullptr;
   Kiv::AllSteps steps;
+  if (config) {
+    if (vrfSmHas(name)) return;
+    steps.run([&] {
+      vrfSmIs(name, fwConfigDir, config, config, inConfig, outFirewallConfig, intfStatusDir,
+              ipStatus, matchListConfigDir, this, hwCapability, aclListConfig, activeWorkManager);
+    });
+    // A subscriber may have removed the VRF, or made another, while its reactor was not there yet.
+    if (isPresent() && inConfig->vrf(name) == config) return;
+  }
   const Pith::Ptr<VrfSm> child = vrfSm(name);
-  if (child && child->attributes().vrfConfig != config) {
+  if (child && (!config || child->attributes().vrfConfig == config)) {
     steps.run([&] { child->cleanup(); });
     steps.run([&] { vrfSmDel(name); });
   }
-  if (!config || vrfSmHas(name)) return;
-  steps.run([&] {
-    vrfSmIs(name, fwConfigDir, config, config, inConfig, outFirewallConfig, intfStatusDir, ipStatus,
-            matchListConfigDir, this, hwCapability, aclListConfig, activeWorkManager);
-  });
-  // A subscriber may have removed the VRF, or made another, while its reactor was not there yet.
-  const bool isStillPresent = name == "default" || ipStatus->vrfHas(name);
-  if (!isStillPresent || inConfig->vrf(name) != config) steps.run([&] { handleVrf(name); });
+  if (config && inConfig->vrfHas(name)) steps.run([&] { handleVrf(name); });
 }
 
 void RootSm::handleL2Config() {

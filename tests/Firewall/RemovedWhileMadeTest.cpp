@@ -70,6 +70,17 @@ TEST_F(RemovedWhileMadeTest, AVrfThatTheSwitchLosesLeavesNoReactorAndNoOutput) {
   EXPECT_FALSE(sw().hwConfig->vrfHas("blue"));
 }
 
+// One that is there is left as it is, even when it missed that its VRF is another one.
+TEST_F(RemovedWhileMadeTest, AVrfThatWasReplacedUnheardKeepsItsReactor) {
+  const auto before = vrfSm("red");
+  sw().rootSm("cli")->hasNotificationActiveIs(false);
+  cli->vrfDel(vrfNamed("red"));
+  cli->vrfIs(vrfNamed("red"));
+  sw().rootSm("cli")->hasNotificationActiveIs(true);
+  sw().rootSm("cli")->handleVrf(vrfNamed("red"));
+  EXPECT_EQ(vrfSm("red"), before);
+}
+
 TEST_F(RemovedWhileMadeTest, TheL2DirectoryLeavesNoReactorAndNoOutput) {
   const auto remove = once("l2Seg", [this] { cli->l2SegmentDirDel(); });
   cli->l2SegmentDirIs("l2");
